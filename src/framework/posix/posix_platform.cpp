@@ -1,0 +1,157 @@
+#include "framework/posix/posix_platform.h"
+
+#include <pwd.h>
+#include <spawn.h>
+#include <sys/stat.h>
+#include <sys/utsname.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <thread>
+
+extern char** environ;
+
+namespace fw {
+namespace {
+
+int64_t NowMs() {
+  using namespace std::chrono;
+  return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
+}
+
+std::string HomeFolder() {
+  if (const char* h = getenv("HOME"); h && *h == '/') return h;
+  if (passwd* pw = getpwuid(getuid()); pw && pw->pw_dir) return pw->pw_dir;
+  return "/";
+}
+
+}  // namespace
+
+PosixPlatform::PosixPlatform() : startMs_(NowMs()) {}
+
+int64_t PosixPlatform::Ticks() { return (NowMs() - startMs_) * 60 / 1000; }
+
+void PosixPlatform::DoEvents(int milliseconds) {
+  if (eventPump) {
+    eventPump(milliseconds);
+    return;
+  }
+  std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds > 0 ? milliseconds : 1));
+}
+
+std::string PrivateTemporaryFolder(const std::string& base) {
+  const std::string path = base + "/ostrel-" + std::to_string(getuid());
+  if (mkdir(path.c_str(), 0700) != 0 && errno != EEXIST)
+    throw IOException("The temporary folder " + path + " cannot be created.");
+  struct stat st;
+  if (lstat(path.c_str(), &st) != 0 || !S_ISDIR(st.st_mode))
+    throw IOException("The temporary folder " + path + " is not a folder.");
+  if (st.st_uid != getuid())
+    throw IOException("The temporary folder " + path + " belongs to another user.");
+  if ((st.st_mode & 077) != 0 && chmod(path.c_str(), 0700) != 0)
+    throw IOException("The temporary folder " + path + " cannot be made private.");
+  return path;
+}
+
+std::string XdgDesktopFolder(const std::string& home) {
+  const char* cfg = getenv("XDG_CONFIG_HOME");
+  const std::string file = (cfg && *cfg == '/' ? std::string(cfg) : home + "/.config") + "/user-dirs.dirs";
+  std::ifstream in(file);
+  std::string line;
+  while (std::getline(in, line)) {
+    const std::string key = "XDG_DESKTOP_DIR=";
+    if (line.rfind(key, 0) != 0) continue;
+    std::string v = line.substr(key.size());
+    if (v.size() >= 2 && v.front() == '"' && v.back() == '"') v = v.substr(1, v.size() - 2);
+    if (v.rfind("$HOME", 0) == 0) v = home + v.substr(5);
+    if (!v.empty() && v[0] == '/') return v;
+  }
+  return home + "/Desktop";
+}
+
+std::string PosixPlatform::SpecialFolder(SpecialFolderKind kind) {
+  const std::string home = HomeFolder();
+  switch (kind) {
+    case SpecialFolderKind::Temporary: {
+      const char* t = getenv("TMPDIR");
+      return PrivateTemporaryFolder(t && *t == '/' ? t : "/tmp");
+    }
+    case SpecialFolderKind::Home:
+      return home;
+    case SpecialFolderKind::Desktop:
+      return XdgDesktopFolder(home);
+    case SpecialFolderKind::Applications: {
+      // A folder every user may write to without privileges.
+      const std::string apps = home + "/Applications";
+      mkdir(apps.c_str(), 0755);
+      return apps;
+    }
+    case SpecialFolderKind::System:
+      return "/usr";
+  }
+  return "/";
+}
+
+bool PosixPlatform::Gestalt(const std::string& selector, int64_t& value) {
+  if (selector == "ramm") {
+    const long pages = sysconf(_SC_PHYS_PAGES), size = sysconf(_SC_PAGE_SIZE);
+    if (pages <= 0 || size <= 0) return false;
+    value = static_cast<int64_t>(pages) * size / (1024 * 1024);
+    return true;
+  }
+  if (selector == "sys1" || selector == "sys2") {
+    // The kernel's release N.M stands as system (10 + N).M: every kernel in
+    // use is newer than the systems the minimum-version keys name.
+    utsname u;
+    int major = 0, minor = 0;
+    if (uname(&u) != 0 || sscanf(u.release, "%d.%d", &major, &minor) != 2) return false;
+    value = selector == "sys1" ? 10 + major : minor;
+    return true;
+  }
+  return false;
+}
+
+std::string PosixPlatform::ExecutablePath() {
+  char buf[PATH_MAX];
+  const ssize_t n = readlink("/proc/self/exe", buf, sizeof buf - 1);
+  return n > 0 ? std::string(buf, static_cast<size_t>(n)) : std::string();
+}
+
+int SpawnDetached(const std::vector<std::string>& argv) {
+  std::vector<char*> args;
+  for (auto& a : argv) args.push_back(const_cast<char*>(a.c_str()));
+  args.push_back(nullptr);
+  pid_t pid;
+  if (posix_spawnp(&pid, args[0], nullptr, nullptr, args.data(), environ) != 0) return -1;
+  // Reap it in the background so that no zombie is left.
+  std::thread([pid] { waitpid(pid, nullptr, 0); }).detach();
+  return pid;
+}
+
+void PosixPlatform::LaunchExternal(const std::string& path, bool) {
+  struct stat st;
+  if (stat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode) && access(path.c_str(), X_OK) == 0)
+    SpawnDetached({path});
+  else
+    SpawnDetached({"xdg-open", path});
+}
+
+void PosixPlatform::ShowURL(const std::string& url) { SpawnDetached({"xdg-open", url}); }
+
+std::string PosixPlatform::ClipboardText() {
+  std::lock_guard<std::mutex> lock(clipboardMutex_);
+  return clipboard_;
+}
+
+void PosixPlatform::SetClipboardText(const std::string& text) {
+  std::lock_guard<std::mutex> lock(clipboardMutex_);
+  clipboard_ = text;
+}
+
+}  // namespace fw

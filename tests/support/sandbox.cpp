@@ -1,0 +1,56 @@
+#include "support/sandbox.h"
+
+#include <sys/stat.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+
+#include "core/ostrel_stub_window.h"
+
+namespace ostrel::test {
+
+void SandboxTest::SetUp() {
+  std::string tmpl = (fs::temp_directory_path() / "ostrel-test-XXXXXX").string();
+  ASSERT_NE(mkdtemp(tmpl.data()), nullptr);
+  root = fs::canonical(tmpl);
+  for (auto d : {"tmp", "home", "home/Desktop", "home/Applications", "usr"}) fs::create_directories(root / d);
+  platform.folders = {
+      {fw::SpecialFolderKind::Temporary, At("tmp")},
+      {fw::SpecialFolderKind::Home, At("home")},
+      {fw::SpecialFolderKind::Desktop, At("home/Desktop")},
+      {fw::SpecialFolderKind::Applications, At("home/Applications")},
+      {fw::SpecialFolderKind::System, At("usr")},
+  };
+  platform.facts = {{"ramm", 16000}, {"sys1", 16}, {"sys2", 1}};
+  fw::Install(&platform, &ui);
+  App().Event_Open();
+}
+
+void SandboxTest::TearDown() {
+  fw::Install(nullptr, nullptr);
+  ForceRemoveAll(root);
+}
+
+void SandboxTest::WriteFile(const std::string& path, const std::string& content) const {
+  fs::create_directories(fs::path(path).parent_path());
+  std::ofstream(path, std::ios::binary) << content;
+}
+
+std::string SandboxTest::ReadFile(const std::string& path) const {
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream s;
+  s << in.rdbuf();
+  return s.str();
+}
+
+void ForceRemoveAll(const fs::path& p) {
+  std::error_code ec;
+  if (fs::is_directory(fs::symlink_status(p, ec))) {
+    chmod(p.c_str(), 0700);
+    for (auto& e : fs::directory_iterator(p, ec)) ForceRemoveAll(e.path());
+  }
+  fs::remove(p, ec);
+}
+
+}  // namespace ostrel::test

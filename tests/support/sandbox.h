@@ -1,0 +1,41 @@
+// Every test runs in a sandbox of its own: a fresh folder on the disc with
+// the special folders inside it, the virtual platform and the scripted UI
+// installed, and the module globals set as the application sets them.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "framework/testing/scripted_ui.h"
+#include "framework/testing/virtual_platform.h"
+
+namespace ostrel::test {
+
+namespace fs = std::filesystem;
+
+class SandboxTest : public ::testing::Test {
+ protected:
+  void SetUp() override;
+  void TearDown() override;
+
+  // Runs logic as the top level would; the exit code when it quit.
+  std::optional<int> Run(const std::function<void()>& body) { return fw::RunGuarded(body); }
+
+  // A path inside the sandbox.
+  std::string At(const std::string& relative) const { return (root / relative).string(); }
+  void WriteFile(const std::string& path, const std::string& content) const;
+  std::string ReadFile(const std::string& path) const;
+
+  fs::path root;
+  fw::testing::VirtualPlatform platform;
+  fw::testing::ScriptedUI ui;
+};
+
+// Makes a tree writable again so that it can be removed, whatever a test did to it.
+void ForceRemoveAll(const fs::path& p);
+
+}  // namespace ostrel::test

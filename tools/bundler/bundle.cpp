@@ -1,0 +1,1 @@
+// The bundle builder library; filled in by the setup-description work.
