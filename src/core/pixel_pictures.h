@@ -1,0 +1,15 @@
+// Pictures carried as text in the setup record: 6 hexadecimal characters a
+// pixel, with runs written as a character and a count in brackets.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "framework/picture.h"
+
+namespace ViewConst {
+// No picture for an empty text, or when the picture cannot be built (the
+// failure is reported to the user).
+std::shared_ptr<fw::Picture> PixelStringToPicture(int width, int height, std::string text);
+void PixelStringExpand(std::string& text);
+}  // namespace ViewConst
