@@ -1,0 +1,201 @@
+#include "support/x_session.h"
+
+#include <fcntl.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <stdexcept>
+#include <thread>
+
+extern char** environ;
+
+namespace ostrel::test {
+namespace {
+
+using namespace std::chrono;
+
+std::vector<std::string> MergedEnv(const std::map<std::string, std::string>& extra) {
+  std::map<std::string, std::string> all;
+  for (char** e = environ; *e; ++e) {
+    const char* eq = strchr(*e, '=');
+    if (eq) all[std::string(*e, eq)] = eq + 1;
+  }
+  for (auto& [k, v] : extra) all[k] = v;
+  std::vector<std::string> out;
+  for (auto& [k, v] : all) out.push_back(k + "=" + v);
+  return out;
+}
+
+pid_t Spawn(const std::vector<std::string>& argv, const std::map<std::string, std::string>& env,
+            int stdoutFd) {
+  std::vector<char*> args;
+  for (auto& a : argv) args.push_back(const_cast<char*>(a.c_str()));
+  args.push_back(nullptr);
+  auto envStrings = MergedEnv(env);
+  std::vector<char*> envp;
+  for (auto& e : envStrings) envp.push_back(e.data());
+  envp.push_back(nullptr);
+  posix_spawn_file_actions_t fa;
+  posix_spawn_file_actions_init(&fa);
+  if (stdoutFd >= 0) posix_spawn_file_actions_adddup2(&fa, stdoutFd, 1);
+  pid_t pid = -1;
+  const int rc = posix_spawnp(&pid, args[0], &fa, nullptr, args.data(), envp.data());
+  posix_spawn_file_actions_destroy(&fa);
+  return rc == 0 ? pid : -1;
+}
+
+}  // namespace
+
+int RunProgram(const std::vector<std::string>& argv, std::string* output,
+               const std::map<std::string, std::string>& env) {
+  int fds[2] = {-1, -1};
+  if (output && pipe(fds) != 0) return -1;
+  const pid_t pid = Spawn(argv, env, output ? fds[1] : -1);
+  if (output) close(fds[1]);
+  if (pid < 0) {
+    if (output) close(fds[0]);
+    return -1;
+  }
+  if (output) {
+    char buf[4096];
+    ssize_t n;
+    while ((n = read(fds[0], buf, sizeof buf)) > 0) output->append(buf, static_cast<size_t>(n));
+    close(fds[0]);
+  }
+  int status = 0;
+  waitpid(pid, &status, 0);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+XSession::XSession() {
+  for (int n = 90 + getpid() % 50; n < 400; ++n) {
+    const std::string lock = "/tmp/.X" + std::to_string(n) + "-lock";
+    struct stat st;
+    if (stat(lock.c_str(), &st) == 0) continue;
+    display_ = ":" + std::to_string(n);
+    xvfb_ = Spawn({"Xvfb", display_, "-screen", "0", "1280x1024x24", "-nolisten", "tcp"}, {}, -1);
+    if (xvfb_ < 0) throw std::runtime_error("Xvfb cannot be started");
+    for (int i = 0; i < 100; ++i) {
+      if (RunProgram({"xdpyinfo", "-display", display_}, nullptr) == 0) return;
+      int status;
+      if (waitpid(xvfb_, &status, WNOHANG) == xvfb_) break;  // lost the race for this display
+      std::this_thread::sleep_for(milliseconds(100));
+    }
+    kill(xvfb_, SIGTERM);
+    waitpid(xvfb_, nullptr, 0);
+    xvfb_ = -1;
+  }
+  throw std::runtime_error("no free X display for Xvfb");
+}
+
+XSession::~XSession() {
+  if (xvfb_ > 0) {
+    kill(xvfb_, SIGTERM);
+    waitpid(xvfb_, nullptr, 0);
+  }
+}
+
+int XSession::Xdotool(const std::vector<std::string>& args, std::string* out) {
+  std::vector<std::string> argv{"xdotool"};
+  argv.insert(argv.end(), args.begin(), args.end());
+  return RunProgram(argv, out, Env());
+}
+
+std::optional<std::string> XSession::FindWindow(const std::string& titleRegex, milliseconds timeout) {
+  const auto end = steady_clock::now() + timeout;
+  do {
+    std::string out;
+    Xdotool({"search", "--onlyvisible", "--name", titleRegex}, &out);
+    if (!out.empty()) return out.substr(0, out.find('\n'));
+    std::this_thread::sleep_for(milliseconds(100));
+  } while (steady_clock::now() < end);
+  return std::nullopt;
+}
+
+bool XSession::WaitWindowGone(const std::string& id, milliseconds timeout) {
+  const auto end = steady_clock::now() + timeout;
+  do {
+    std::string out;
+    Xdotool({"search", "--onlyvisible", "--name", "."}, &out);
+    if (out.find(id) == std::string::npos) return true;
+    std::this_thread::sleep_for(milliseconds(100));
+  } while (steady_clock::now() < end);
+  return false;
+}
+
+std::string XSession::WindowTitle(const std::string& id) {
+  std::string out;
+  Xdotool({"getwindowname", id}, &out);
+  while (!out.empty() && out.back() == '\n') out.pop_back();
+  return out;
+}
+
+std::pair<int, int> XSession::WindowSize(const std::string& id) {
+  std::string out;
+  Xdotool({"getwindowgeometry", "--shell", id}, &out);
+  int w = 0, h = 0;
+  if (auto p = out.find("WIDTH="); p != std::string::npos) w = std::stoi(out.substr(p + 6));
+  if (auto p = out.find("HEIGHT="); p != std::string::npos) h = std::stoi(out.substr(p + 7));
+  return {w, h};
+}
+
+void XSession::Click(const std::string& id, int x, int y) {
+  Xdotool({"mousemove", "--window", id, "--sync", std::to_string(x), std::to_string(y)});
+  Xdotool({"click", "1"});
+}
+
+void XSession::Key(const std::string& id, const std::string& keys) {
+  Xdotool({"windowfocus", "--sync", id});
+  Xdotool({"key", "--clearmodifiers", keys});
+}
+
+void XSession::Type(const std::string& id, const std::string& text) {
+  Xdotool({"windowfocus", "--sync", id});
+  Xdotool({"type", "--delay", "5", text});
+}
+
+bool XSession::Screenshot(const std::string& id, const std::string& pngPath) {
+  return RunProgram({"import", "-display", display_, "-window", id, pngPath}, nullptr, Env()) == 0;
+}
+
+Process::Process(const std::vector<std::string>& argv, const std::map<std::string, std::string>& env)
+    : pid_(Spawn(argv, env, -1)) {
+  if (pid_ < 0) throw std::runtime_error("cannot start " + argv[0]);
+}
+
+Process::~Process() {
+  if (Running()) {
+    kill(pid_, SIGKILL);
+    waitpid(pid_, nullptr, 0);
+  }
+}
+
+bool Process::Running() {
+  if (status_) return false;
+  int status;
+  if (waitpid(pid_, &status, WNOHANG) == pid_) {
+    status_ = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    return false;
+  }
+  return true;
+}
+
+std::optional<int> Process::Wait(milliseconds timeout) {
+  const auto end = steady_clock::now() + timeout;
+  while (Running()) {
+    if (steady_clock::now() >= end) {
+      kill(pid_, SIGKILL);
+      waitpid(pid_, nullptr, 0);
+      status_ = -1;
+      return std::nullopt;
+    }
+    std::this_thread::sleep_for(milliseconds(50));
+  }
+  return status_;
+}
+
+}  // namespace ostrel::test
