@@ -1,0 +1,43 @@
+// A sandboxed installer bundle with a setup record written the way the
+// authoring tool writes it, and the main window that reads it.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string>
+
+#include "core/ostrel_stub_window.h"
+#include "support/sandbox.h"
+
+namespace ostrel::test {
+
+// The record's fields by number; the files are joined up to the highest one.
+struct SetupRecord {
+  std::map<int, std::string> data;
+  std::map<int, std::string> text;
+
+  std::string ClearData() const { return Join(data, "$|~"); }
+  std::string TextData() const { return Join(text, "|#|"); }
+  static std::string Join(const std::map<int, std::string>& fields, const std::string& separator);
+};
+
+class CoreTest : public SandboxTest {
+ protected:
+  void SetUp() override;
+
+  std::string Resources() const { return At("Setup.app/Contents/Resources"); }
+  // Writes Data enciphered and TextData plain; an absent file stays absent.
+  void WriteRecord(const SetupRecord& record);
+  void WriteRawData(const std::string& bytes) const { WriteFile(Resources() + "/Data", bytes); }
+  void WriteTextData(const std::string& text) const { WriteFile(Resources() + "/TextData", text); }
+
+  // Runs the window's open event as the application does; the exit code when it quit.
+  std::optional<int> Open() { return Run([&] { window->Event_Open(); }); }
+
+  std::unique_ptr<OstrelStubWindow> window = std::make_unique<OstrelStubWindow>();
+};
+
+// A minimal record that passes every gate of startup.
+SetupRecord PlainRecord();
+
+}  // namespace ostrel::test

@@ -1,0 +1,262 @@
+// The ways out of startup and the main window as the record fills it.
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include "unit/core/core_fixture.h"
+
+namespace ostrel::test {
+namespace {
+
+const char* const kAdminMessage = "Cannot Install\n\nAn Administrator account is required to run this installer.";
+
+using StartupTest = CoreTest;
+
+TEST_F(StartupTest, AnInstallerInsideTheTemporaryFolderOnlyAsksToBeDragged) {
+  platform.executablePath = At("tmp/dl/Setup.app/Contents/MacOS/Setup");
+  SetupRecord r = PlainRecord();
+  r.text[9] = "Never read";
+  WriteFile(At("tmp/dl/Setup.app/Contents/Resources/Data"), "x");
+  WriteFile(At("tmp/dl/Setup.app/Contents/Resources/TextData"), r.TextData());
+
+  EXPECT_EQ(Open(), 0);
+  EXPECT_EQ(ui.messages, (std::vector<std::string>{"Drag the installer out of the Downloads folder before running it."}));
+  EXPECT_EQ(window->fTimeStamp, "");
+  EXPECT_EQ(window->Title(), "Install");
+  EXPECT_EQ(platform.broughtToFront, 0);
+}
+
+TEST_F(StartupTest, AWritableApplicationsFolderPassesAndKeepsNoProbe) {
+  WriteRecord(PlainRecord());
+  EXPECT_EQ(Open(), std::nullopt);  // the window waits
+  EXPECT_TRUE(ui.messages.empty());
+  EXPECT_EQ(platform.broughtToFront, 1);
+  EXPECT_FALSE(fs::exists(At("home/Applications/X.txt")));
+}
+
+TEST_F(StartupTest, AnUnwritableApplicationsFolderNeedsAnAdministrator) {
+  if (geteuid() == 0) GTEST_SKIP() << "the superuser writes to any folder";
+  WriteRecord(PlainRecord());
+  chmod(At("home/Applications").c_str(), 0555);
+  EXPECT_EQ(Open(), 0);
+  EXPECT_EQ(ui.messages, std::vector<std::string>{kAdminMessage});
+  EXPECT_FALSE(fs::exists(At("home/Applications/X.txt")));
+  EXPECT_EQ(window->fMessage, "");  // the record was never read
+}
+
+TEST_F(StartupTest, AnUnreachableApplicationsFolderNeedsAnAdministrator) {
+  WriteRecord(PlainRecord());
+  platform.folders[fw::SpecialFolderKind::Applications] = At("gone/Applications");
+  EXPECT_EQ(Open(), 0);
+  EXPECT_EQ(ui.messages, std::vector<std::string>{kAdminMessage});
+  EXPECT_EQ(window->fMessage, "");
+}
+
+TEST_F(StartupTest, SomeoneElsesProbeFileIsLeftAlone) {
+  WriteRecord(PlainRecord());
+  WriteFile(At("home/Applications/X.txt"), "mine");
+  EXPECT_EQ(Open(), std::nullopt);
+  EXPECT_EQ(ReadFile(At("home/Applications/X.txt")), "mine");
+}
+
+TEST_F(StartupTest, NoRecordEndsInInstallationFailed) {
+  EXPECT_EQ(Open(), 0);
+  EXPECT_EQ(ui.messages, std::vector<std::string>{"Installation Failed"});
+
+  // An empty Data counts as none, and the labels of TextData are not read then.
+  ui.messages.clear();
+  WriteRawData("");
+  SetupRecord r;
+  r.text = {{6, "|||||||||||||Broken"}};
+  WriteTextData(r.TextData());
+  EXPECT_EQ(Open(), 0);
+  EXPECT_EQ(ui.messages, std::vector<std::string>{"Installation Failed"});
+}
+
+// --- Minimum system and memory.
+
+struct SystemCase {
+  const char* key;
+  int64_t major, minor;
+  bool fires;
+};
+
+class MinimumSystemTest : public CoreTest, public ::testing::WithParamInterface<SystemCase> {};
+
+TEST_P(MinimumSystemTest, FiresOnlyBelowItsRelease) {
+  const SystemCase c = GetParam();
+  platform.facts["sys1"] = c.major;
+  platform.facts["sys2"] = c.minor;
+  window->fMinOS = c.key;
+  EXPECT_EQ(window->CheckMinOSorRAM(), !c.fires);
+  if (c.fires) {
+    ASSERT_EQ(ui.messages.size(), 1u);
+    const std::string version = std::string(c.key).substr(5);
+    EXPECT_EQ(ui.messages[0], "Mac OS X " + version + " or later is required.");
+  } else {
+    EXPECT_TRUE(ui.messages.empty());
+  }
+}
+
+// Each row just below its release and at it, and the rows that never fire.
+INSTANTIATE_TEST_SUITE_P(
+    Rows, MinimumSystemTest,
+    ::testing::Values(
+        SystemCase{"MacOS10.10", 10, 9, true}, SystemCase{"MacOS10.10", 10, 10, false},
+        SystemCase{"MacOS10.11", 10, 10, true}, SystemCase{"MacOS10.11", 10, 11, false},
+        SystemCase{"MacOS10.12", 10, 11, true}, SystemCase{"MacOS10.12", 11, 4, false},
+        SystemCase{"MacOS10.13", 10, 12, true}, SystemCase{"MacOS10.13", 10, 13, false},
+        SystemCase{"MacOS10.14", 10, 13, true}, SystemCase{"MacOS10.14", 10, 14, false},
+        SystemCase{"MacOS10.15", 10, 14, true}, SystemCase{"MacOS10.15", 10, 15, false},
+        SystemCase{"MacOS11.0", 10, 15, true}, SystemCase{"MacOS11.0", 11, 0, false},
+        SystemCase{"MacOS11.1", 11, 0, true}, SystemCase{"MacOS11.1", 11, 1, false},
+        SystemCase{"MacOS11.2", 11, 1, true}, SystemCase{"MacOS11.2", 12, 0, false},
+        SystemCase{"macos11.3", 11, 2, true}, SystemCase{"MacOS11.3", 11, 3, false},
+        SystemCase{"MacOS9", 1, 0, false}, SystemCase{"", 1, 0, false}));
+
+struct MemoryCase {
+  const char* key;
+  int64_t limit;
+  const char* message;
+};
+
+class MinimumMemoryTest : public CoreTest, public ::testing::WithParamInterface<MemoryCase> {};
+
+TEST_P(MinimumMemoryTest, FiresOneMegabyteBelowItsLimit) {
+  const MemoryCase c = GetParam();
+  window->fMinRAM = c.key;
+  platform.facts["ramm"] = c.limit;
+  EXPECT_TRUE(window->CheckMinOSorRAM());
+  platform.facts["ramm"] = c.limit - 1;
+  EXPECT_FALSE(window->CheckMinOSorRAM());
+  EXPECT_EQ(ui.messages, std::vector<std::string>{c.message});
+}
+
+INSTANTIATE_TEST_SUITE_P(Rows, MinimumMemoryTest,
+                         ::testing::Values(MemoryCase{"250MB", 250, "250 MB RAM is required."},
+                                           MemoryCase{"500MB", 500, "500 MB RAM is required."},
+                                           MemoryCase{"1GB", 1000, "1 GB RAM is required."},
+                                           MemoryCase{"2gb", 2000, "2 GB RAM is required."},
+                                           MemoryCase{"4GB", 4000, "4 GB RAM is required."},
+                                           MemoryCase{"8GB", 8000, "8 GB RAM is required."},
+                                           MemoryCase{"16GB", 16000, "16 GB RAM is required."},
+                                           MemoryCase{"32GB", 32000, "32 GB RAM is required."}));
+
+TEST_F(StartupTest, BothTablesAreTriedAndAFailingQueryCountsAsZero) {
+  platform.facts.clear();
+  SetupRecord r = PlainRecord();
+  r.text[24] = "MacOS11.0";
+  r.text[25] = "250MB";
+  WriteRecord(r);
+  EXPECT_EQ(Open(), 0);
+  EXPECT_EQ(ui.messages,
+            (std::vector<std::string>{"Mac OS X 11.0 or later is required.", "250 MB RAM is required."}));
+}
+
+// --- The window as the record fills it.
+
+TEST_F(StartupTest, TheRecordFillsTitleCaptionsAndTexts) {
+  SetupRecord r = PlainRecord();
+  r.data[11] = "1";
+  r.text[2] = "Welcome to the tool";
+  r.text[5] = "About|this";
+  r.text[6] = "|Leave||||| ";
+  r.text[8] = "(c) 2024 Maker";
+  r.text[9] = "Tool Setup";
+  WriteRecord(r);
+  EXPECT_EQ(Open(), std::nullopt);
+
+  EXPECT_EQ(window->Title(), "Tool Setup");
+  EXPECT_EQ(window->QuitBtn.Caption(), "Leave");
+  EXPECT_EQ(window->InstallBtn.Caption(), "Install");
+  EXPECT_EQ(window->InfoBtn.Caption(), " ");  // a single blank is a custom label too
+  EXPECT_TRUE(window->InfoBtn.Visible());
+  EXPECT_EQ(window->MessageLabel.Text(), "Welcome to the tool");
+  EXPECT_TRUE(window->MessageLabel.Centered());
+  EXPECT_TRUE(window->CopyrightLabel.Visible());
+  EXPECT_EQ(window->CopyrightLabel.Text(), "(c) 2024 Maker");
+  EXPECT_FALSE(window->URLLabel.Visible());
+  EXPECT_FALSE(window->PictureCanvas.Visible());
+}
+
+TEST_F(StartupTest, AnEmptyRecordKeepsTheDesign) {
+  SetupRecord r = PlainRecord();
+  r.text[6] = "|||";  // labels 1 and 2 empty, 6 past the end
+  WriteRecord(r);
+  EXPECT_EQ(Open(), std::nullopt);
+  EXPECT_EQ(window->Title(), "Install");
+  EXPECT_EQ(window->QuitBtn.Caption(), "Quit");
+  EXPECT_EQ(window->InstallBtn.Caption(), "Install");
+  EXPECT_FALSE(window->InfoBtn.Visible());
+  EXPECT_FALSE(window->CopyrightLabel.Visible());
+  EXPECT_FALSE(window->MessageLabel.Centered());
+  EXPECT_EQ(window->MessageLabel.Text(), "Welcome");
+}
+
+TEST_F(StartupTest, TheLinkShowsEitherTextAndOpensOnlyAnAddress) {
+  SetupRecord r = PlainRecord();
+  r.text[4] = "Our web site";
+  WriteRecord(r);
+  EXPECT_EQ(Open(), std::nullopt);
+  EXPECT_TRUE(window->URLLabel.Visible());
+  EXPECT_EQ(window->URLLabel.Text(), "Our web site");
+  EXPECT_FALSE(window->URLLabel.MouseDown(1, 1));
+  EXPECT_TRUE(platform.urls.empty());
+
+  r.text[3] = "www.example.com/tool";
+  r.text[4] = "";
+  WriteRecord(r);
+  window = std::make_unique<OstrelStubWindow>();
+  EXPECT_EQ(Open(), std::nullopt);
+  EXPECT_TRUE(window->URLLabel.Visible());
+  EXPECT_EQ(window->URLLabel.Text(), "www.example.com/tool");
+  window->URLLabel.MouseDown(1, 1);
+  window->fURLActual = "HTTPS://example.com";  // holds "http" in some case
+  window->URLLabel.MouseDown(1, 1);
+  EXPECT_EQ(platform.urls, (std::vector<std::string>{"http://www.example.com/tool", "HTTPS://example.com"}));
+}
+
+// --- Pictures.
+
+TEST_F(StartupTest, PicturesGoToTheCanvasesAndTheBackground) {
+  SetupRecord r = PlainRecord();
+  r.data[6] = "F[12]0[12],2,2";  // white top row, black bottom row
+  r.data[4] = "0000FF,1,1";
+  r.data[9] = "FF0000,1,1";
+  WriteRecord(r);
+  EXPECT_EQ(Open(), std::nullopt);
+
+  ASSERT_TRUE(window->PictureCanvas.Visible());
+  auto picture = window->PictureCanvas.Backdrop();
+  ASSERT_TRUE(picture);
+  EXPECT_EQ(picture->transparent, 1);
+  EXPECT_EQ(picture->Pixel(1, 0), 0xFFFFFFu);
+  EXPECT_EQ(picture->Pixel(0, 1), 0x000000u);
+
+  ASSERT_TRUE(window->LogoCanvas.Visible());
+  EXPECT_EQ(window->LogoCanvas.Backdrop()->Pixel(0, 0), 0x0000FFu);
+  ASSERT_TRUE(window->Backdrop());
+  EXPECT_EQ(window->Backdrop()->Pixel(0, 0), 0xFF0000u);
+  EXPECT_EQ(window->Backdrop()->transparent, 0);
+}
+
+TEST_F(StartupTest, APictureThatCannotBeBuiltIsReportedAndItsCanvasStaysHidden) {
+  SetupRecord r = PlainRecord();
+  r.data[6] = "FFFFFF,100000,100000";
+  r.data[4] = "FFFFFF,1,1";
+  WriteRecord(r);
+  ui.answers.push_back(fw::testing::ScriptedUI::Press("Btn3"));
+  EXPECT_EQ(Open(), std::nullopt);
+
+  ASSERT_EQ(ui.modals.size(), 1u);
+  const auto* text = ui.modals[0].Find("MessageText");
+  ASSERT_NE(text, nullptr);
+  EXPECT_EQ(text->caption, "INSUFFICIENT RAM.\n\nUnable to process picture due to RAM shortage.");
+  EXPECT_FALSE(window->PictureCanvas.Visible());
+  EXPECT_FALSE(window->PictureCanvas.Backdrop());
+  EXPECT_TRUE(window->LogoCanvas.Visible());  // the next picture is still built
+}
+
+}  // namespace
+}  // namespace ostrel::test
