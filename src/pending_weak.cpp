@@ -15,10 +15,6 @@
 #define NB { throw std::logic_error(std::string("not built yet: ") + __func__); }
 
 namespace ViewConst {
-W std::string gLineBreak;
-W std::mt19937 gRandom;
-W bool gIgnoreTranslocationError;
-W bool gDebugConsole;
 W std::string GetPathSeparator() NB
 W std::string ExtractFilePath(const std::string&) NB
 W std::string MyExtractFilePath(const std::string&) NB
@@ -74,8 +70,6 @@ W void PixelStringExpand(std::string&) NB
 }  // namespace ViewConst
 
 namespace GlobalsKv {
-W std::string gErrorString;
-W int gConflictType;
 W std::optional<fw::FolderItem> MyGetFolderItem(const std::string&) NB
 W std::string MyGetString(int) NB
 W bool YesNoDlg(const std::string&) NB

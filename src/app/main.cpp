@@ -1,1 +1,40 @@
-int main() { return 0; }
+// The stub's entry: the Qt application, the platform and window backends,
+// the application's open event, and the one main window.
+#include <QApplication>
+#include <memory>
+#include <optional>
+
+#include "core/ostrel_stub_window.h"
+#include "framework/qt/qt_platform.h"
+#include "framework/qt/qt_ui.h"
+#include "framework/runtime.h"
+#include "payload/archives.h"
+
+int main(int argc, char** argv) {
+  QApplication app(argc, argv);
+  QApplication::setApplicationName("Install");
+  // Windows hide and show across the run; only a Quit ends it.
+  QApplication::setQuitOnLastWindowClosed(false);
+
+  fw::qt::QtPlatform platform;
+  fw::qt::QtUI ui;
+  fw::Install(&platform, &ui);
+
+  std::unique_ptr<OstrelStubWindow> window;
+  std::optional<int> code = fw::RunGuarded([&] {
+    App().Event_Open();
+    ostrel::RegisterZipOpener();
+    window = std::make_unique<OstrelStubWindow>();
+    window->Event_Open();
+  });
+  if (!code) {
+    // Startup left the window waiting for its buttons.
+    code = fw::RunGuarded([&] { window->Show(); });
+    if (!code) code = ui.Exec();
+  }
+
+  // Windows release their widgets while the backends still stand.
+  window.reset();
+  fw::Install(nullptr, nullptr);
+  return *code;
+}

@@ -1,0 +1,316 @@
+#include "framework/qt/window_widget.h"
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QCloseEvent>
+#include <QLineEdit>
+#include <QPainter>
+#include <QPlainTextEdit>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QShortcut>
+#include <algorithm>
+#include <climits>
+
+#include "framework/qt/event_guard.h"
+#include "framework/runtime.h"
+
+namespace fw::qt {
+
+QString ToQString(const std::string& utf8) {
+  return QString::fromUtf8(utf8.data(), static_cast<qsizetype>(utf8.size()));
+}
+
+std::string FromQString(const QString& s) { return s.toUtf8().toStdString(); }
+
+namespace {
+
+QColor ToColor(uint32_t rgb) { return QColor::fromRgb(static_cast<QRgb>(0xFF000000u | rgb)); }
+
+// Links leave the installer only for the schemes a browser or mail program takes.
+bool OpensOutside(const QUrl& url) {
+  const QString scheme = url.scheme().toLower();
+  return scheme == "http" || scheme == "https" || scheme == "mailto";
+}
+
+}  // namespace
+
+WindowWidget::WindowWidget(Window& model) : QWidget(nullptr), model_(&model) {
+  for (auto& c : model.Controls()) items_.push_back({c.get(), MakeWidget(*c), std::string(), false});
+
+  // Return presses the default button and Escape the cancel button, wherever the focus is.
+  auto pressDefault = [this] {
+    Dispatch([m = model_] {
+      if (m) m->PressDefault();
+    });
+  };
+  for (auto key : {Qt::Key_Return, Qt::Key_Enter})
+    connect(new QShortcut(QKeySequence(key), this), &QShortcut::activated, this, pressDefault);
+  connect(new QShortcut(QKeySequence(Qt::Key_Escape), this), &QShortcut::activated, this, [this] {
+    Dispatch([m = model_] {
+      if (m) m->PressCancel();
+    });
+  });
+  Sync();
+}
+
+WindowWidget::~WindowWidget() = default;
+
+QWidget* WindowWidget::MakeWidget(Control& c) {
+  Control* control = &c;
+  // Handlers look the model up again when they fire: it may be gone by then.
+  auto alive = [this] { return model_ != nullptr; };
+  switch (c.kind()) {
+    case ControlKind::PushButton: {
+      auto* b = new QPushButton(this);
+      b->setAutoDefault(false);
+      connect(b, &QPushButton::clicked, this, [control, alive] {
+        Dispatch([control, alive] {
+          if (alive()) control->Press();
+        });
+      });
+      return b;
+    }
+    case ControlKind::Label: {
+      auto* l = new ClickLabel(this);
+      l->setTextFormat(Qt::PlainText);
+      l->onMouseDown = [control, alive](int x, int y) {
+        Dispatch([control, alive, x, y] {
+          if (alive() && control->MouseDown) control->MouseDown(x, y);
+        });
+      };
+      return l;
+    }
+    case ControlKind::TextField: {
+      auto* e = new QLineEdit(this);
+      connect(e, &QLineEdit::textEdited, this, [this, control](const QString& text) {
+        if (model_ && !syncing_) control->SetText(FromQString(text));
+      });
+      return e;
+    }
+    case ControlKind::TextArea: {
+      auto* e = new QPlainTextEdit(this);
+      connect(e, &QPlainTextEdit::textChanged, this, [this, control, e] {
+        if (model_ && !syncing_ && !e->isReadOnly()) control->SetText(FromQString(e->toPlainText()));
+      });
+      return e;
+    }
+    case ControlKind::Canvas: {
+      auto* canvas = new CanvasWidget(this);
+      canvas->onMouseDown = [control, alive](int x, int y) {
+        Dispatch([control, alive, x, y] {
+          if (alive() && control->MouseDown) control->MouseDown(x, y);
+        });
+      };
+      return canvas;
+    }
+    case ControlKind::ProgressBar: {
+      auto* bar = new QProgressBar(this);
+      bar->setTextVisible(false);
+      return bar;
+    }
+    case ControlKind::RadioButton:
+    case ControlKind::CheckBox: {
+      QAbstractButton* b = c.kind() == ControlKind::CheckBox ? static_cast<QAbstractButton*>(new QCheckBox(this))
+                                                             : new QRadioButton(this);
+      // The model decides which boxes are ticked; the widget only reports the click.
+      b->setAutoExclusive(false);
+      connect(b, &QAbstractButton::clicked, this, [control, alive] {
+        Dispatch([control, alive] {
+          if (alive()) control->Press();
+        });
+      });
+      return b;
+    }
+    case ControlKind::HTMLViewer: {
+      auto* view = new HtmlView(this);
+      view->onLink = [alive](const QUrl& url) {
+        if (!OpensOutside(url)) return;
+        const std::string target = FromQString(url.toString());
+        Dispatch([alive, target] {
+          if (alive()) fw::ShowURL(target);
+        });
+      };
+      return view;
+    }
+  }
+  return new QWidget(this);
+}
+
+void WindowWidget::Sync() {
+  if (!model_ || syncing_) return;
+  syncing_ = true;
+  SyncFrame();
+  for (Item& item : items_) SyncControl(item);
+  syncing_ = false;
+  update();
+}
+
+void WindowWidget::SyncFrame() {
+  const Window& m = *model_;
+  const FrameFlags& f = m.frame;
+  Qt::WindowFlags flags = Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint;
+  if (f.closeButton) flags |= Qt::WindowCloseButtonHint;
+  if (f.minimizeButton) flags |= Qt::WindowMinimizeButtonHint;
+  if (f.maximizeButton || f.fullScreenButton) flags |= Qt::WindowMaximizeButtonHint;
+  if (windowFlags() != flags) {
+    const bool wasVisible = isVisible();
+    setWindowFlags(flags);  // hides the window
+    if (wasVisible) show();
+  }
+  const QString title = ToQString(m.Title());
+  if (windowTitle() != title) setWindowTitle(title);
+
+  const int w = std::max(m.Width(), 1), h = std::max(m.Height(), 1);
+  if (f.resizable) {
+    // A caller may make a window smaller than its design minimum; the
+    // minimum then gives way rather than the caller's size.
+    setMinimumSize(std::min(m.MinWidth(), w), std::min(m.MinHeight(), h));
+    setMaximumSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
+    if (size() != QSize(w, h)) resize(w, h);
+  } else if (minimumSize() != QSize(w, h) || maximumSize() != QSize(w, h)) {
+    setFixedSize(w, h);
+  }
+}
+
+void WindowWidget::SyncControl(Item& item) {
+  const Control& c = *item.control;
+  QWidget* w = item.widget;
+  const Rect& r = c.geometry();
+  w->setGeometry(r.left, r.top, std::max(r.width, 0), std::max(r.height, 0));
+  w->setEnabled(c.Enabled());
+
+  QFont font = QApplication::font(w);
+  if (c.TextSize() > 0) font.setPointSize(c.TextSize());
+  font.setUnderline(c.Underline());
+  if (w->font() != font) w->setFont(font);
+
+  QPalette palette = w->palette();
+  palette.setColor(QPalette::WindowText, ToColor(c.TextColor()));
+  if (c.kind() == ControlKind::Label && w->palette() != palette) w->setPalette(palette);
+
+  switch (c.kind()) {
+    case ControlKind::PushButton: {
+      auto* b = static_cast<QPushButton*>(w);
+      b->setDefault(c.Default());
+      SyncText(item);
+      break;
+    }
+    case ControlKind::Label: {
+      auto* l = static_cast<ClickLabel*>(w);
+      l->setWordWrap(c.Multiline());
+      const Qt::Alignment h = c.Centered() ? Qt::AlignHCenter : Qt::AlignLeft;
+      l->setAlignment(h | (c.Multiline() ? Qt::AlignTop : Qt::AlignVCenter));
+      if (c.MouseDown)
+        l->setCursor(Qt::PointingHandCursor);
+      else
+        l->unsetCursor();
+      SyncText(item);
+      break;
+    }
+    case ControlKind::TextField:
+      static_cast<QLineEdit*>(w)->setReadOnly(c.ReadOnly());
+      SyncText(item);
+      break;
+    case ControlKind::TextArea:
+      static_cast<QPlainTextEdit*>(w)->setReadOnly(c.ReadOnly());
+      SyncText(item);
+      break;
+    case ControlKind::Canvas:
+      static_cast<CanvasWidget*>(w)->SetPicture(c.Backdrop());
+      if (c.MouseDown) w->setCursor(Qt::PointingHandCursor);
+      break;
+    case ControlKind::ProgressBar: {
+      auto* bar = static_cast<QProgressBar*>(w);
+      // Byte counts outgrow a QProgressBar's int: scale to a million steps then.
+      int64_t max = std::max<int64_t>(c.Maximum(), 0), value = std::clamp<int64_t>(c.Value(), 0, max);
+      if (max > INT_MAX) {
+        value = static_cast<int64_t>(static_cast<long double>(value) / max * 1000000);
+        max = 1000000;
+      }
+      bar->setRange(0, static_cast<int>(max));
+      bar->setValue(static_cast<int>(value));
+      break;
+    }
+    case ControlKind::RadioButton:
+    case ControlKind::CheckBox:
+      static_cast<QAbstractButton*>(w)->setChecked(c.Value() != 0);
+      SyncText(item);
+      break;
+    case ControlKind::HTMLViewer:
+      SyncText(item);
+      break;
+  }
+  w->setVisible(c.Visible());
+}
+
+void WindowWidget::SyncText(Item& item) {
+  const std::string& text = item.control->Caption();
+  if (item.textShown && item.shownText == text) return;
+  item.shownText = text;
+  item.textShown = true;
+  const QString q = ToQString(text);
+  QWidget* w = item.widget;
+  switch (item.control->kind()) {
+    case ControlKind::PushButton:
+    case ControlKind::RadioButton:
+    case ControlKind::CheckBox: {
+      // A caption's "&" is a letter, not a keyboard mnemonic.
+      QString caption = q;
+      static_cast<QAbstractButton*>(w)->setText(caption.replace("&", "&&"));
+      break;
+    }
+    case ControlKind::Label:
+      static_cast<QLabel*>(w)->setText(q);
+      break;
+    case ControlKind::TextField:
+      static_cast<QLineEdit*>(w)->setText(q);
+      break;
+    case ControlKind::TextArea:
+      static_cast<QPlainTextEdit*>(w)->setPlainText(q);
+      break;
+    case ControlKind::HTMLViewer:
+      static_cast<HtmlView*>(w)->setHtml(q);
+      break;
+    default:
+      break;
+  }
+}
+
+void WindowWidget::Detach() {
+  model_ = nullptr;
+  if (modalLoop) modalLoop->exit();
+  hide();
+  deleteLater();
+}
+
+void WindowWidget::paintEvent(QPaintEvent*) {
+  QPainter p(this);
+  p.fillRect(rect(), model_ ? ToColor(model_->backgroundColor) : QColor(Qt::white));
+  if (!model_) return;
+  const QImage& image = backdrop_.Get(model_->Backdrop());
+  if (!image.isNull()) p.drawImage(QPoint(0, 0), image);  // at its own size
+}
+
+void WindowWidget::resizeEvent(QResizeEvent* e) {
+  QWidget::resizeEvent(e);
+  // The user dragged the frame: the model resizes and carries its controls.
+  if (model_ && !syncing_ && (width() != model_->Width() || height() != model_->Height())) {
+    model_->SetSize(width(), height());
+    Sync();
+  }
+}
+
+void WindowWidget::closeEvent(QCloseEvent* e) {
+  e->ignore();
+  if (!model_) return;
+  if (modalLoop) {
+    // A dialog closed by the window manager answers as Escape would.
+    Dispatch([m = model_] { m->PressCancel(); });
+  } else {
+    Dispatch([] { fw::Quit(0); });
+  }
+}
+
+}  // namespace fw::qt
