@@ -1,0 +1,44 @@
+#include "payload/byte_step.h"
+
+#include <cstring>
+
+namespace ostrel {
+namespace {
+
+// Sixteen bytes at a time in a vector register (SSE2 on x86-64, NEON on
+// ARM); the pattern repeats every two bytes, so a 16-byte block never shifts it.
+typedef unsigned char Block __attribute__((vector_size(16)));
+
+}  // namespace
+
+void ApplyByteStep(unsigned char* data, size_t size, bool firstOffsetOdd, bool encrypt) {
+  const unsigned char step = encrypt ? 1 : 0xFF;  // adding 0xFF takes one away, modulo 256
+  Block pattern;
+  for (int j = 0; j < 16; ++j) pattern[j] = ((j + firstOffsetOdd) & 1) ? step : 0;
+
+  size_t i = 0;
+  for (; i + 64 <= size; i += 64) {
+    Block a, b, c, d;
+    std::memcpy(&a, data + i, 16);
+    std::memcpy(&b, data + i + 16, 16);
+    std::memcpy(&c, data + i + 32, 16);
+    std::memcpy(&d, data + i + 48, 16);
+    a += pattern;
+    b += pattern;
+    c += pattern;
+    d += pattern;
+    std::memcpy(data + i, &a, 16);
+    std::memcpy(data + i + 16, &b, 16);
+    std::memcpy(data + i + 32, &c, 16);
+    std::memcpy(data + i + 48, &d, 16);
+  }
+  for (; i + 16 <= size; i += 16) {
+    Block a;
+    std::memcpy(&a, data + i, 16);
+    a += pattern;
+    std::memcpy(data + i, &a, 16);
+  }
+  for (; i < size; ++i) data[i] = static_cast<unsigned char>(data[i] + pattern[i & 15]);
+}
+
+}  // namespace ostrel

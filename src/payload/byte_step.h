@@ -1,0 +1,16 @@
+// The alternating byte step that scrambles the payload files and the setup
+// record: bytes at even offsets stay, bytes at odd offsets move by one,
+// modulo 256. One routine serves whole files (streamed in chunks) and the
+// record text alike.
+#pragma once
+
+#include <cstddef>
+
+namespace ostrel {
+
+// Adds one (encrypt) or takes one away (decrypt) at every odd offset of the
+// buffer, in place. `firstOffsetOdd` tells whether data[0] lies at an odd
+// offset of the whole text, so that a file can be processed chunk by chunk.
+void ApplyByteStep(unsigned char* data, size_t size, bool firstOffsetOdd, bool encrypt);
+
+}  // namespace ostrel

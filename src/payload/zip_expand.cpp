@@ -1,0 +1,231 @@
+#include "payload/zip_expand.h"
+
+#include <archive.h>
+#include <archive_entry.h>
+#include <fcntl.h>
+#include <limits.h>
+#include <sched.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <utility>
+#include <vector>
+
+#include "payload/zip_entry_rules.h"
+
+namespace ostrel {
+namespace {
+
+namespace fs = std::filesystem;
+using Reader = std::unique_ptr<archive, decltype(&archive_read_free)>;
+using Writer = std::unique_ptr<archive, decltype(&archive_write_free)>;
+using Links = std::vector<std::pair<std::string, std::string>>;  // entry path, target
+
+std::string Damaged(archive* a) {
+  const char* message = archive_error_string(a);
+  return std::string("it is damaged or not a zip archive") +
+         (message ? std::string(" (") + message + ")" : std::string());
+}
+
+std::string WriteFailed(const std::string& path, archive* out) {
+  const char* message = archive_error_string(out);
+  return "\"" + path + "\" could not be written" + (message ? std::string(" (") + message + ")" : std::string());
+}
+
+Reader OpenReader(const std::string& path, std::string& why) {
+  Reader a(archive_read_new(), archive_read_free);
+  archive_read_support_format_zip(a.get());
+  if (archive_read_open_filename(a.get(), path.c_str(), 64 * 1024) != ARCHIVE_OK) {
+    why = Damaged(a.get());
+    a.reset();
+  }
+  return a;
+}
+
+std::string EntryName(archive_entry* e) {
+  if (const char* name = archive_entry_pathname(e)) return name;
+  if (const char* name = archive_entry_pathname_utf8(e)) return name;
+  return {};
+}
+
+// The entry's plain relative path, or empty with the reason it is refused.
+// `links` holds the paths of the links met earlier in the archive.
+std::string CheckEntry(archive_entry* e, const std::set<std::string>& links, std::string& why) {
+  const std::string name = EntryName(e);
+  const std::string path = CheckedEntryPath(name, why);
+  if (path.empty()) return {};
+  if (archive_entry_hardlink(e)) {
+    why = "the entry \"" + name + "\" is a hard link";
+    return {};
+  }
+  switch (archive_entry_filetype(e)) {
+    case AE_IFREG:
+    case AE_IFDIR:
+      break;
+    case AE_IFLNK: {
+      const char* target = archive_entry_symlink(e);
+      if (!target || !LinkTargetStaysInside(path, target)) {
+        why = "the link \"" + name + "\" points outside the destination";
+        return {};
+      }
+      break;
+    }
+    default:
+      why = "the entry \"" + name + "\" is a device, a pipe or a socket";
+      return {};
+  }
+  // The writer refuses this as well; naming the link makes a clearer reason.
+  for (size_t slash = path.find('/'); slash != std::string::npos; slash = path.find('/', slash + 1)) {
+    if (links.count(path.substr(0, slash))) {
+      why = "the entry \"" + name + "\" would be written through the link \"" + path.substr(0, slash) + "\"";
+      return {};
+    }
+  }
+  return path;
+}
+
+// First pass: every entry is checked and sized before anything is written.
+std::string Survey(const std::string& archivePath, int64_t& total) {
+  std::string why;
+  Reader in = OpenReader(archivePath, why);
+  if (!in) return why;
+  std::set<std::string> links;
+  archive_entry* e = nullptr;
+  for (;;) {
+    const int r = archive_read_next_header(in.get(), &e);
+    if (r == ARCHIVE_EOF) return {};
+    if (r < ARCHIVE_WARN) return Damaged(in.get());
+    const std::string path = CheckEntry(e, links, why);
+    if (path.empty()) return why;
+    if (archive_entry_filetype(e) == AE_IFLNK) links.insert(path);
+    total += (archive_entry_size_is_set(e) ? archive_entry_size(e) : 0) + 1;
+  }
+}
+
+std::string CopyContent(archive* in, archive* out, const std::string& path, ExpandProgress& progress) {
+  for (;;) {
+    const void* block = nullptr;
+    size_t size = 0;
+    la_int64_t offset = 0;
+    const int r = archive_read_data_block(in, &block, &size, &offset);
+    if (r == ARCHIVE_EOF) return {};
+    if (r != ARCHIVE_OK) return Damaged(in);  // a bad checksum comes as a warning
+    if (archive_write_data_block(out, block, size, offset) != ARCHIVE_OK) return WriteFailed(path, out);
+    progress.done += static_cast<int64_t>(size);
+  }
+}
+
+// Second pass, below the working folder: the entries are written under
+// their checked relative names.
+std::string Extract(const std::string& archivePath, ExpandProgress& progress, Links& made) {
+  std::string why;
+  Reader in = OpenReader(archivePath, why);
+  if (!in) return why;
+  Writer out(archive_write_disk_new(), archive_write_free);
+  archive_write_disk_set_options(out.get(), ARCHIVE_EXTRACT_TIME | ARCHIVE_EXTRACT_SECURE_SYMLINKS |
+                                                ARCHIVE_EXTRACT_SECURE_NODOTDOT |
+                                                ARCHIVE_EXTRACT_SECURE_NOABSOLUTEPATHS);
+  std::set<std::string> links;
+  archive_entry* e = nullptr;
+  for (;;) {
+    const int r = archive_read_next_header(in.get(), &e);
+    if (r == ARCHIVE_EOF) break;
+    if (r < ARCHIVE_WARN) return Damaged(in.get());
+    const std::string path = CheckEntry(e, links, why);
+    if (path.empty()) return why;
+    archive_entry_set_pathname(e, path.c_str());
+    archive_entry_set_perm(e, archive_entry_perm(e) & 0777);  // no setuid, setgid or sticky bit
+    if (archive_write_header(out.get(), e) < ARCHIVE_WARN) return WriteFailed(path, out.get());
+    if (archive_entry_filetype(e) == AE_IFREG) {
+      why = CopyContent(in.get(), out.get(), path, progress);
+      if (!why.empty()) return why;
+    }
+    if (archive_write_finish_entry(out.get()) < ARCHIVE_WARN) return WriteFailed(path, out.get());
+    if (archive_entry_filetype(e) == AE_IFLNK) {
+      links.insert(path);
+      made.emplace_back(path, archive_entry_symlink(e));
+    }
+    progress.done += 1;
+  }
+  if (archive_write_close(out.get()) < ARCHIVE_WARN) return WriteFailed("the last entry", out.get());
+  return {};
+}
+
+std::mutex& WorkingFolderMutex() {
+  static auto* mutex = new std::mutex;  // never destroyed: jobs may still run at exit
+  return *mutex;
+}
+
+// The writer takes relative names below the working folder. On Linux the
+// expanding thread first gets a working folder of its own, so the rest of
+// the process never sees it change; elsewhere the change is process-wide,
+// which the lock and the restoring at the end keep harmless.
+class WorkingFolder {
+ public:
+  explicit WorkingFolder(const std::string& path) : lock_(WorkingFolderMutex()) {
+#ifdef __linux__
+    static thread_local const bool ownFolder = unshare(CLONE_FS) == 0;
+    (void)ownFolder;
+#endif
+    saved_ = open(".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    entered_ = chdir(path.c_str()) == 0;
+  }
+  ~WorkingFolder() {
+    if (saved_ < 0) return;
+    [[maybe_unused]] const int r = fchdir(saved_);
+    close(saved_);
+  }
+  bool Entered() const { return entered_; }
+
+ private:
+  std::unique_lock<std::mutex> lock_;
+  int saved_ = -1;
+  bool entered_ = false;
+};
+
+}  // namespace
+
+ExpandResult ExpandZipArchive(const std::string& archivePath, const std::string& folder,
+                              ExpandProgress* progress) {
+  ExpandProgress local;
+  ExpandProgress& p = progress ? *progress : local;
+  std::error_code ec;
+  const std::string archiveAbsolute = fs::absolute(archivePath, ec).string();
+  if (access(archiveAbsolute.c_str(), R_OK) != 0)
+    return {false, std::string("it cannot be read (") + std::strerror(errno) + ")"};
+
+  fs::create_directories(folder, ec);
+  char real[PATH_MAX];
+  if (!realpath(folder.c_str(), real) || !fs::is_directory(real, ec))
+    return {false, "the folder \"" + folder + "\" cannot be created"};
+
+  int64_t total = 0;
+  if (std::string why = Survey(archiveAbsolute, total); !why.empty()) return {false, why};
+  p.total = total;
+
+  Links made;
+  std::string why;
+  {
+    WorkingFolder working(real);
+    if (!working.Entered()) return {false, "the folder \"" + folder + "\" cannot be opened"};
+    why = Extract(archiveAbsolute, p, made);
+  }
+  // A link that read well alone may lead out through a link made after it:
+  // each is judged again against the finished tree.
+  for (const auto& [path, target] : made) {
+    const auto slash = path.rfind('/');
+    const std::string fromRoot = (slash == std::string::npos ? std::string() : path.substr(0, slash + 1)) + target;
+    if (ResolvesInside(real, fromRoot)) continue;
+    unlink((std::string(real) + "/" + path).c_str());
+    if (why.empty()) why = "the link \"" + path + "\" points outside the destination";
+  }
+  return {why.empty(), why};
+}
+
+}  // namespace ostrel

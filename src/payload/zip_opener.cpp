@@ -1,0 +1,88 @@
+#include "payload/zip_opener.h"
+
+#include <sys/stat.h>
+
+#include <vector>
+
+#include "framework/runtime.h"
+#include "payload/archives.h"
+
+namespace ostrel {
+namespace {
+
+struct Registry {
+  std::mutex mutex;
+  std::vector<std::shared_ptr<ZipExpansionJob>> jobs;  // oldest first
+  std::shared_ptr<ZipExpansionJob> unclaimed;
+  // At exit the jobs are dropped, and each one's end is awaited, so no
+  // expansion is cut off half-way.
+};
+
+Registry& Jobs() {
+  static Registry registry;
+  return registry;
+}
+
+std::string FolderOf(const std::string& path) {
+  const auto slash = path.rfind('/');
+  if (slash == std::string::npos) return ".";
+  return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+}  // namespace
+
+ZipExpansionJob::ZipExpansionJob(std::string archive, std::string folder)
+    : archive_(std::move(archive)), folder_(std::move(folder)) {
+  thread_ = std::thread([this] {
+    result_ = ExpandZipArchive(archive_, folder_, &progress_);
+    finished_.store(true, std::memory_order_release);
+  });
+}
+
+ZipExpansionJob::~ZipExpansionJob() { Wait(); }
+
+void ZipExpansionJob::Wait() {
+  std::lock_guard<std::mutex> lock(joinMutex_);
+  if (thread_.joinable()) thread_.join();
+}
+
+bool ZipExpansionJob::Succeeded() const { return Finished() && result_.ok; }
+
+std::string ZipExpansionJob::Error() const { return Finished() ? result_.error : std::string(); }
+
+std::shared_ptr<ZipExpansionJob> StartZipExpansion(const std::string& archive, const std::string& folder) {
+  auto job = std::make_shared<ZipExpansionJob>(archive, folder);
+  Registry& r = Jobs();
+  std::lock_guard<std::mutex> lock(r.mutex);
+  r.jobs.push_back(job);
+  r.unclaimed = job;
+  return job;
+}
+
+std::shared_ptr<ZipExpansionJob> ClaimZipExpansion(const std::string& archive) {
+  Registry& r = Jobs();
+  std::lock_guard<std::mutex> lock(r.mutex);
+  if (!r.unclaimed || r.unclaimed->Archive() != archive) return nullptr;
+  return std::move(r.unclaimed);
+}
+
+void WaitForZipExpansions() {
+  std::vector<std::shared_ptr<ZipExpansionJob>> jobs;
+  {
+    Registry& r = Jobs();
+    std::lock_guard<std::mutex> lock(r.mutex);
+    jobs = r.jobs;
+  }
+  for (auto& job : jobs) job->Wait();
+}
+
+void RegisterZipOpener() {
+  fw::RegisterOpener(".zip", [](const std::string& path) {
+    // Like the system's opener, a file that is not there opens nothing.
+    struct stat st;
+    if (stat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode)) return;
+    StartZipExpansion(path, FolderOf(path));
+  });
+}
+
+}  // namespace ostrel

@@ -1,0 +1,206 @@
+// A whole main expansion in a sandbox bundle: the scrambled Data2 becomes the
+// installed folder, the target is replaced or kept as the user says, and the
+// run goes on after a failure as an installation does.
+#include <filesystem>
+#include <map>
+
+#include "core/ostrel_stub_window.h"
+#include "payload/archives.h"
+#include "payload/zip_opener.h"
+#include "support/sandbox.h"
+#include "zip_fixture.h"
+
+namespace ostrel::test {
+namespace {
+
+using Tree = std::map<std::string, std::string>;  // relative path: content, or "-> target" for a link
+
+class PayloadExpandFolderTest : public SandboxTest {
+ protected:
+  void SetUp() override {
+    SandboxTest::SetUp();
+    platform.executablePath = At("Setup.app/Contents/MacOS/Setup");
+    WriteFile(platform.executablePath, "stub");
+    fs::create_directories(At("dest"));
+    RegisterZipOpener();
+    window.fTargetFolder = "MyApp";
+  }
+  void TearDown() override {
+    WaitForZipExpansions();
+    fw::RegisterOpener(".zip", nullptr);
+    SandboxTest::TearDown();
+  }
+
+  // Packs the payload as the authoring tool does: a zip with the target as
+  // its one top-level folder, scrambled over its whole length.
+  void WriteData2(const std::string& top = "MyApp") {
+    fs::create_directories(At("Setup.app/Contents/Resources"));
+    WriteZip(At("Setup.app/Contents/Resources/Data2"),
+             {{top + "/", "", ZipEntry::Folder, 0755},
+              {top + "/readme.txt", source.at("readme.txt")},
+              {top + "/bin/", "", ZipEntry::Folder, 0755},
+              {top + "/bin/tool", source.at("bin/tool"), ZipEntry::File, 0755},
+              {top + "/lib/data.bin", source.at("lib/data.bin")},
+              {top + "/lib/current", "data.bin", ZipEntry::Link}});
+    ViewConst::EncryptDecryptFileEnd(At("Setup.app/Contents/Resources/Data2"), true);
+  }
+
+  Tree Installed(const std::string& folder) const {
+    Tree tree;
+    for (auto& e : fs::recursive_directory_iterator(folder)) {
+      const std::string rel = e.path().lexically_relative(folder).string();
+      if (e.is_symlink())
+        tree[rel] = "-> " + fs::read_symlink(e.path()).string();
+      else if (e.is_regular_file())
+        tree[rel] = ReadFile(e.path().string());
+    }
+    return tree;
+  }
+
+  Tree Expected() const {
+    Tree tree = source;
+    tree["lib/current"] = "-> data.bin";
+    return tree;
+  }
+
+  Tree source = {{"readme.txt", "Read me.\n"},
+                 {"bin/tool", "#!/bin/sh\necho tool\n"},
+                 {"lib/data.bin", std::string("\x00\xFF\x01\xFE binary", 11) + std::string(3000, '\x7F')}};
+  OstrelStubWindow window;
+};
+
+TEST_F(PayloadExpandFolderTest, InstallsTheScrambledPayloadByteForByteOverAnOldTarget) {
+  WriteData2();
+  WriteFile(At("dest/MyApp.zip"), "a stale archive of an earlier run");
+  WriteFile(At("dest/MyApp/old.txt"), "replaced unasked, since no prompt is wanted");
+  ui.folderAnswers.push_back(At("dest"));
+  window.ExpandFolder();
+
+  EXPECT_EQ(window.fTargetFolder, At("dest/MyApp"));
+  EXPECT_EQ(Installed(At("dest/MyApp")), Expected());
+  EXPECT_NE(fs::status(At("dest/MyApp/bin/tool")).permissions() & fs::perms::owner_exec, fs::perms::none);
+  EXPECT_FALSE(fs::exists(At("dest/MyApp.zip")));
+  EXPECT_TRUE(ui.messages.empty());
+  EXPECT_TRUE(ui.modals.empty());
+  EXPECT_FALSE(window.InfoBtn.Visible());
+  EXPECT_TRUE(window.ProgressBar1.Visible());
+  EXPECT_EQ(window.MessageLabel.Text(), "Install in Progress...");
+}
+
+TEST_F(PayloadExpandFolderTest, AnExistingTargetIsReplacedOnceTheUserAgrees) {
+  WriteData2();
+  WriteFile(At("dest/MyApp/old.txt"), "from the last version");
+  window.fPromptToReplace = true;
+  window.fLabels = {"", "", "", "", "Replace"};
+  ui.folderAnswers.push_back(At("dest"));
+  ui.answers.push_back(fw::testing::ScriptedUI::Press("OKBtn"));
+  window.ExpandFolder();
+
+  ASSERT_EQ(ui.modals.size(), 1u);
+  const auto& asked = ui.modals[0];
+  EXPECT_EQ(asked.title, "Confirmation");
+  EXPECT_EQ(asked.Find("ConfirmLabel1")->caption, "Destination folder already exists.");
+  EXPECT_EQ(asked.Find("ConfirmLabel2")->caption, "Delete folder to continue?");
+  EXPECT_EQ(asked.Find("ConfirmLabel3")->caption, At("dest/MyApp"));
+  EXPECT_EQ(asked.Find("OKBtn")->caption, "Replace");
+  EXPECT_EQ(asked.Find("CancelBtn")->caption, "Cancel");
+  EXPECT_EQ(Installed(At("dest/MyApp")), Expected());
+}
+
+TEST_F(PayloadExpandFolderTest, DecliningTheReplacementLeavesEverythingAsItWas) {
+  WriteData2();
+  WriteFile(At("dest/MyApp/old.txt"), "from the last version");
+  window.fPromptToReplace = true;
+  ui.folderAnswers.push_back(At("dest"));
+  ui.answers.push_back(fw::testing::ScriptedUI::Press("CancelBtn"));
+  window.ExpandFolder();
+
+  EXPECT_EQ(Installed(At("dest/MyApp")), (Tree{{"old.txt", "from the last version"}}));
+  EXPECT_FALSE(fs::exists(At("dest/MyApp.zip")));
+  EXPECT_EQ(window.fTargetFolder, At("dest/MyApp"));
+  EXPECT_TRUE(ui.messages.empty());
+}
+
+TEST_F(PayloadExpandFolderTest, AMissingPayloadIsReportedAndTheRunGoesOn) {
+  fs::create_directories(At("Setup.app/Contents/Resources"));
+  window.fLabels.assign(14, "");
+  window.fLabels[13] = "Could not install";
+  ui.folderAnswers.push_back(At("dest"));
+  const int64_t before = platform.ticks;
+  window.ExpandFolder();
+
+  EXPECT_EQ(ui.messages, std::vector<std::string>{"Could not install"});
+  // The wait still ran its minimum, and the archive's removal its one pass.
+  EXPECT_EQ(window.ProgressBar1.Maximum(), 30);
+  EXPECT_TRUE(window.ProgressBar1.Visible());
+  EXPECT_GE(platform.ticks - before, 30);
+  EXPECT_FALSE(fs::exists(At("dest/MyApp")));
+  EXPECT_FALSE(fs::exists(At("dest/MyApp.zip")));
+  EXPECT_EQ(window.fTargetFolder, At("dest/MyApp"));
+}
+
+TEST_F(PayloadExpandFolderTest, ADamagedPayloadIsReportedAndTheArchiveStillRemoved) {
+  fs::create_directories(At("Setup.app/Contents/Resources"));
+  WriteFile(At("Setup.app/Contents/Resources/Data2"), std::string(5000, 'J'));
+  ui.folderAnswers.push_back(At("dest"));
+  window.ExpandFolder();
+  ASSERT_EQ(ui.messages.size(), 1u);
+  EXPECT_EQ(ui.messages[0].rfind("The archive MyApp.zip could not be expanded: ", 0), 0u) << ui.messages[0];
+  EXPECT_FALSE(fs::exists(At("dest/MyApp.zip")));
+  EXPECT_FALSE(fs::exists(At("dest/MyApp")));
+}
+
+TEST_F(PayloadExpandFolderTest, APatchClearsAStalePatchFolderUnaskedAndKeepsTheInstallation) {
+  WriteData2("MyAppPatch");
+  WriteFile(At("dest/MyApp/old.txt"), "installed");
+  WriteFile(At("dest/MyAppPatch/stale.txt"), "left over");
+  window.fInstallationPatch = true;
+  window.fPromptToReplace = true;
+  ui.folderAnswers.push_back(At("dest"));
+  window.ExpandFolder();
+  EXPECT_TRUE(ui.modals.empty());
+  EXPECT_EQ(window.fTargetFolder, At("dest/MyAppPatch"));
+  EXPECT_FALSE(fs::exists(At("dest/MyAppPatch/stale.txt")));
+  EXPECT_EQ(ReadFile(At("dest/MyApp/old.txt")), "installed");
+  EXPECT_FALSE(fs::exists(At("dest/MyApp.zip")));
+}
+
+TEST_F(PayloadExpandFolderTest, TheAfterProgramInResourcesIsLaunchedAfterTheArchiveIsGone) {
+  WriteData2();
+  WriteFile(At("Setup.app/Contents/Resources/after.sh"), "#!/bin/sh\n");
+  window.fExecuteAfterName = "after.sh";
+  ui.folderAnswers.push_back(At("dest"));
+  window.ExpandFolder();
+  // Once by the archive's removal and once more for the wait on its answer.
+  ASSERT_EQ(platform.launches.size(), 2u);
+  for (const auto& launch : platform.launches) {
+    EXPECT_EQ(launch.path, At("Setup.app/Contents/Resources/after.sh"));
+    EXPECT_TRUE(launch.activate);
+  }
+  EXPECT_EQ(Installed(At("dest/MyApp")), Expected());
+}
+
+TEST_F(PayloadExpandFolderTest, TheApplicationsFolderIsUsedWithoutAsking) {
+  WriteData2();
+  window.fApplicationFolder = true;
+  window.ExpandFolder();
+  EXPECT_TRUE(ui.folderDialogs.empty());
+  EXPECT_EQ(window.fTargetFolder, At("home/Applications/MyApp"));
+  EXPECT_EQ(Installed(At("home/Applications/MyApp")), Expected());
+  EXPECT_FALSE(fs::exists(At("home/Applications/MyApp.zip")));
+}
+
+TEST_F(PayloadExpandFolderTest, CancellingTheFolderChoiceTouchesNothing) {
+  WriteData2();
+  WriteFile(At("dest/MyApp/old.txt"), "kept");
+  ui.folderAnswers.push_back(std::nullopt);
+  window.ExpandFolder();
+  EXPECT_EQ(window.fTargetFolder, "");
+  EXPECT_EQ(Installed(At("dest")), (Tree{{"MyApp/old.txt", "kept"}}));
+  EXPECT_TRUE(platform.launches.empty());
+  EXPECT_TRUE(ui.messages.empty());
+  EXPECT_FALSE(window.ProgressBar1.Visible());
+}
+
+}  // namespace
+}  // namespace ostrel::test

@@ -1,0 +1,124 @@
+// The wait for the main archive's expansion and the removal of the archive.
+#include <filesystem>
+
+#include "core/ostrel_stub_window.h"
+#include "payload/archives.h"
+#include "payload/expansion_wait.h"
+#include "payload/zip_opener.h"
+#include "support/sandbox.h"
+#include "zip_fixture.h"
+
+namespace ostrel::test {
+namespace {
+
+TEST(PayloadWaitTicksTest, UnitsOfThreeMillionBytesHalvedAndQuarteredAtTheBorders) {
+  struct Case {
+    int64_t length;
+    int64_t ticks, slowTicks;
+  } cases[] = {
+      {0, 30, 60},
+      {2999999, 30, 60},
+      {3000000, 60, 120},
+      {30000000, 330, 660},
+      {30000001, 165, 330},
+      {300000000, 1515, 3030},
+      {300000001, 757, 1515},
+      {3000000000, 7507, 15015},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(ExpansionWaitTicks(c.length, false), c.ticks) << c.length;
+    EXPECT_EQ(ExpansionWaitTicks(c.length, true), c.slowTicks) << c.length;
+  }
+}
+
+class PayloadZipWaitTest : public SandboxTest {
+ protected:
+  void SetUp() override {
+    SandboxTest::SetUp();
+    RegisterZipOpener();
+  }
+  void TearDown() override {
+    WaitForZipExpansions();
+    fw::RegisterOpener(".zip", nullptr);
+    SandboxTest::TearDown();
+  }
+
+  // Runs ZipFileProcess on the archive and answers the virtual ticks it took.
+  int64_t Process(const std::string& archive) {
+    const int64_t before = platform.ticks;
+    window.ZipFileProcess(archive, fw::FolderItem(archive));
+    return platform.ticks - before;
+  }
+
+  OstrelStubWindow window;
+};
+
+TEST_F(PayloadZipWaitTest, WithNothingExpandingTheWaitLastsTheFormulasTicks) {
+  EXPECT_EQ(Process(At("missing.zip")), 30);
+  EXPECT_TRUE(window.ProgressBar1.Visible());
+  EXPECT_EQ(window.ProgressBar1.Maximum(), 30);
+  EXPECT_EQ(window.ProgressBar1.Value(), 30);
+
+  platform.facts["sys1"] = 10;
+  platform.facts["sys2"] = 13;
+  EXPECT_EQ(Process(At("missing.zip")), 60);
+  platform.facts.erase("sys1");  // the minor version alone does not make a slow system
+  EXPECT_EQ(Process(At("missing.zip")), 30);
+  EXPECT_TRUE(ui.messages.empty());
+}
+
+TEST_F(PayloadZipWaitTest, TheWaitFollowsARealExpansionToItsEnd) {
+  // Zeros pack tightly: the archive's formula asks for 30 ticks, far less
+  // than the expansion needs, so a timed wait would end too early.
+  const std::string zeros(48 << 20, '\0');
+  WriteZip(At("app.zip"), {{"App/", "", ZipEntry::Folder, 0755}, {"App/zeros", zeros}, {"App/b", "b"}});
+  ASSERT_EQ(ExpansionWaitTicks(fs::file_size(At("app.zip")), false), 30);
+  fw::Launch(At("app.zip"), true);
+  EXPECT_TRUE(platform.launches.empty());  // our own opener took it
+
+  Process(At("app.zip"));
+  EXPECT_EQ(fs::file_size(At("App/zeros")), zeros.size());
+  EXPECT_EQ(ReadFile(At("App/b")), "b");
+  EXPECT_EQ(window.ProgressBar1.Maximum(), 30);
+  EXPECT_EQ(window.ProgressBar1.Value(), 30);
+  EXPECT_TRUE(ui.messages.empty());
+  // The job was followed once; a second wait is a timed one.
+  EXPECT_EQ(ClaimZipExpansion(At("app.zip")), nullptr);
+}
+
+TEST_F(PayloadZipWaitTest, ADamagedArchiveEndsTheWaitWithAMessage) {
+  WriteZip(At("good.zip"), {{"a.txt", std::string(200000, 'a')}, {"b.txt", "b"}});
+  const std::string bytes = ReadFile(At("good.zip"));
+  WriteFile(At("Broken App.zip"), bytes.substr(0, bytes.size() / 2));
+  fw::Launch(At("Broken App.zip"), true);
+  Process(At("Broken App.zip"));
+  ASSERT_EQ(ui.messages.size(), 1u);
+  EXPECT_EQ(ui.messages[0].rfind("The archive Broken App.zip could not be expanded: ", 0), 0u) << ui.messages[0];
+}
+
+TEST_F(PayloadZipWaitTest, DeleteRemovesTheArchiveAndLaunchesAPresentProgram) {
+  WriteFile(At("a.zip"), "zip");
+  WriteFile(At("after"), "program");
+  window.ZipFileDelete(At("a.zip"), fw::FolderItem(At("after")));
+  EXPECT_FALSE(fs::exists(At("a.zip")));
+  ASSERT_EQ(platform.launches.size(), 1u);
+  EXPECT_EQ(platform.launches[0].path, At("after"));
+  EXPECT_TRUE(platform.launches[0].activate);
+
+  window.ZipFileDelete(At("gone.zip"), fw::FolderItem(At("not-there")));
+  window.ZipFileDelete(At("gone.zip"), std::nullopt);
+  EXPECT_EQ(platform.launches.size(), 1u);
+}
+
+TEST_F(PayloadZipWaitTest, DeleteGivesUpOnAnArchiveThatCannotGo) {
+  WriteFile(At("stuck.zip/inside"), "a folder in the archive's place cannot be deleted as a file");
+  const int64_t before = platform.ticks;
+  window.ZipFileDelete(At("stuck.zip"), std::nullopt);
+  const int64_t waited = platform.ticks - before;
+  EXPECT_GE(waited, kArchiveDeleteGiveUpTicks);
+  EXPECT_LE(waited, kArchiveDeleteGiveUpTicks + 60);
+  EXPECT_TRUE(fs::exists(At("stuck.zip/inside")));
+}
+
+}  // namespace
+}  // namespace ostrel::test
