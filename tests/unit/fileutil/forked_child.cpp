@@ -1,0 +1,96 @@
+#include "forked_child.h"
+
+#include <linux/audit.h>
+#include <linux/capability.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace ostrel::test {
+namespace {
+
+#if defined(__x86_64__)
+constexpr unsigned kArch = AUDIT_ARCH_X86_64;
+#elif defined(__aarch64__)
+constexpr unsigned kArch = AUDIT_ARCH_AARCH64;
+#else
+#error "no seccomp architecture for this machine"
+#endif
+
+bool DropPermissionOverride() {
+  __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+  __user_cap_data_struct data[2] = {};
+  if (syscall(SYS_capget, &header, data) != 0) return false;
+  const unsigned drop = (1u << CAP_DAC_OVERRIDE) | (1u << CAP_DAC_READ_SEARCH) | (1u << CAP_FOWNER);
+  data[0].effective &= ~drop;
+  data[0].permitted &= ~drop;
+  data[0].inheritable &= ~drop;
+  return syscall(SYS_capset, &header, data) == 0;
+}
+
+bool ForbidNewProcesses() {
+  std::vector<unsigned> forbidden = {__NR_execve, __NR_execveat, __NR_clone};
+#ifdef __NR_fork
+  forbidden.push_back(__NR_fork);
+#endif
+#ifdef __NR_vfork
+  forbidden.push_back(__NR_vfork);
+#endif
+#ifdef __NR_clone3
+  forbidden.push_back(__NR_clone3);
+#endif
+  std::vector<sock_filter> prog;
+  prog.push_back(BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, arch)));
+  prog.push_back(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, kArch, 1, 0));
+  prog.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_KILL_PROCESS));
+  prog.push_back(BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)));
+  // Each test jumps to the kill at the very end when it matches.
+  const size_t tests = forbidden.size() + 1;
+  for (size_t i = 0; i < forbidden.size(); ++i)
+    prog.push_back(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, forbidden[i], static_cast<uint8_t>(tests - i), 0));
+#if defined(__x86_64__)
+  // The x32 numbers of the same calls.
+  prog.push_back(BPF_JUMP(BPF_JMP | BPF_JGE | BPF_K, 0x40000000u, 1, 0));
+#else
+  prog.push_back(BPF_JUMP(BPF_JMP | BPF_JA, 0, 0, 0));
+#endif
+  prog.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW));
+  prog.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_KILL_PROCESS));
+  sock_fprog fprog{static_cast<unsigned short>(prog.size()), prog.data()};
+  return prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 && prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &fprog) == 0;
+}
+
+}  // namespace
+
+ChildEnd RunInChild(const ChildLimits& limits, const std::function<int()>& body) {
+  const pid_t pid = fork();
+  if (pid == 0) {
+    if (limits.noPermissionOverride && !DropPermissionOverride()) _exit(97);
+    if (limits.noNewProcesses && !ForbidNewProcesses()) _exit(98);
+    int code = 99;
+    try {
+      code = body();
+    } catch (...) {
+    }
+    _exit(code);
+  }
+  ChildEnd end;
+  int status = 0;
+  if (pid < 0 || waitpid(pid, &status, 0) != pid) return end;
+  if (WIFEXITED(status)) {
+    end.exited = true;
+    end.code = WEXITSTATUS(status);
+  } else if (WIFSIGNALED(status)) {
+    end.signal = WTERMSIG(status);
+  }
+  return end;
+}
+
+}  // namespace ostrel::test
