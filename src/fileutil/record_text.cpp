@@ -12,26 +12,26 @@
 #include "framework/file_copy.h"
 #include "framework/runtime.h"
 #include "framework/text.h"
+#include "payload/byte_step.h"
 
 namespace ViewConst {
 namespace {
 
 // Bytes at odd offsets move by one; those at even offsets stay. Unsigned
 // arithmetic wraps, so 0 - 1 is 255 and 255 + 1 is 0.
-void ShiftOddBytes(std::string& text, int delta) {
-  for (size_t i = 1; i < text.size(); i += 2)
-    text[i] = static_cast<char>(static_cast<unsigned char>(text[i]) + delta);
+void ShiftOddBytes(std::string& text, bool encrypt) {
+  ostrel::ApplyByteStep(reinterpret_cast<unsigned char*>(text.data()), text.size(), false, encrypt);
 }
 
 unsigned HexDigit(unsigned char c) { return c >= 65 ? c - 55u : c - 48u; }
 
 }  // namespace
 
-void DecryptStr(std::string& text) { ShiftOddBytes(text, -1); }
+void DecryptStr(std::string& text) { ShiftOddBytes(text, false); }
 
 std::string Encrypt(const std::string& text) {
   std::string out = text;
-  ShiftOddBytes(out, +1);
+  ShiftOddBytes(out, true);
   return out;
 }
 

@@ -22,15 +22,20 @@ int CreateSiblingTemp(const std::string& finalPath, std::string& tempPath, mode_
 }
 
 int CopyRegularFile(const std::string& source, const std::string& destination) {
-  errno = 0;
-  const int in = open(source.c_str(), O_RDONLY | O_CLOEXEC);
+  // Non-blocking, so that a named pipe in the source cannot stall the copy.
+  const int in = open(source.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
   if (in < 0) return errno;
   struct stat st;
-  if (fstat(in, &st) != 0 || !S_ISREG(st.st_mode)) {
-    const int e = errno ? errno : (S_ISDIR(st.st_mode) ? EISDIR : EINVAL);
+  if (fstat(in, &st) != 0) {
+    const int e = errno;
     close(in);
     return e;
   }
+  if (!S_ISREG(st.st_mode)) {
+    close(in);
+    return S_ISDIR(st.st_mode) ? EISDIR : EINVAL;
+  }
+  fcntl(in, F_SETFL, fcntl(in, F_GETFL) & ~O_NONBLOCK);
   struct stat dst;
   if (lstat(destination.c_str(), &dst) == 0 && S_ISDIR(dst.st_mode)) {
     close(in);

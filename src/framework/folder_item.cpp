@@ -67,6 +67,10 @@ bool FolderItem::Visible() const {
 
 void FolderItem::SetVisible(bool visible) {
   if (visible == Visible()) return;
+  if (Parent().NativePath().empty()) {
+    lastError_ = ENOENT;
+    return;
+  }
   const std::string list = Parent().NativePath() + "/.hidden";
   const std::string name = Name();
   std::vector<std::string> names;
@@ -121,7 +125,8 @@ FolderItem FolderItem::Child(const std::string& name) const {
 
 FolderItem FolderItem::Parent() const {
   const auto slash = path_.rfind('/');
-  if (slash == std::string::npos) return FolderItem();
+  // Only an absolute path has a parent here; a relative one names nothing.
+  if (slash == std::string::npos || path_[0] != '/') return FolderItem();
   return FolderItem(slash == 0 ? "/" : path_.substr(0, slash));
 }
 
