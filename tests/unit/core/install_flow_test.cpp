@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/forked_child.h"
 #include "unit/core/core_fixture.h"
 
 namespace ostrel::test {
@@ -181,12 +182,16 @@ TEST_F(InstallFlowTest, AFolderThatCannotBeWrittenAnswersEmpty) {
 }
 
 TEST_F(InstallFlowTest, AReadOnlyFolderAnswersEmpty) {
-  if (geteuid() == 0) GTEST_SKIP() << "the superuser writes to any folder";
   fs::create_directories(At("locked"));
   chmod(At("locked").c_str(), 0555);
   ui.folderAnswers = {At("locked")};
-  EXPECT_EQ(window->SelectTargetFolder(At("home"), true), "");
-  EXPECT_EQ(ui.messages, std::vector<std::string>{"Cannot write to selected location."});
+  // In a child without the superuser's override, so that the folder is really read-only.
+  const auto end = RunInChild({.noPermissionOverride = true}, [&] {
+    if (window->SelectTargetFolder(At("home"), true) != "") return 1;
+    return ui.messages == std::vector<std::string>{"Cannot write to selected location."} ? 0 : 2;
+  });
+  EXPECT_TRUE(end.exited);
+  EXPECT_EQ(end.code, 0);
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/forked_child.h"
 #include "unit/core/core_fixture.h"
 
 namespace ostrel::test {
@@ -36,13 +37,17 @@ TEST_F(StartupTest, AWritableApplicationsFolderPassesAndKeepsNoProbe) {
 }
 
 TEST_F(StartupTest, AnUnwritableApplicationsFolderNeedsAnAdministrator) {
-  if (geteuid() == 0) GTEST_SKIP() << "the superuser writes to any folder";
   WriteRecord(PlainRecord());
   chmod(At("home/Applications").c_str(), 0555);
-  EXPECT_EQ(Open(), 0);
-  EXPECT_EQ(ui.messages, std::vector<std::string>{kAdminMessage});
-  EXPECT_FALSE(fs::exists(At("home/Applications/X.txt")));
-  EXPECT_EQ(window->fMessage, "");  // the record was never read
+  // In a child without the superuser's override, so that the folder is really read-only.
+  const auto end = RunInChild({.noPermissionOverride = true}, [&] {
+    if (Open() != 0) return 1;
+    if (ui.messages != std::vector<std::string>{kAdminMessage}) return 2;
+    if (fs::exists(At("home/Applications/X.txt"))) return 3;
+    return window->fMessage.empty() ? 0 : 4;  // the record was never read
+  });
+  EXPECT_TRUE(end.exited);
+  EXPECT_EQ(end.code, 0);
 }
 
 TEST_F(StartupTest, AnUnreachableApplicationsFolderNeedsAnAdministrator) {

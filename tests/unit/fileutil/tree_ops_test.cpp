@@ -6,7 +6,7 @@
 #include <filesystem>
 
 #include "fileutil/view_const.h"
-#include "forked_child.h"
+#include "support/forked_child.h"
 #include "support/sandbox.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "forked_child.h"
+#include "support/forked_child.h"
 
 #include <linux/audit.h>
 #include <linux/capability.h>
