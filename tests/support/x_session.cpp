@@ -31,7 +31,7 @@ std::vector<std::string> MergedEnv(const std::map<std::string, std::string>& ext
 }
 
 pid_t Spawn(const std::vector<std::string>& argv, const std::map<std::string, std::string>& env,
-            int stdoutFd) {
+            int stdoutFd, bool quiet = false) {
   std::vector<char*> args;
   for (auto& a : argv) args.push_back(const_cast<char*>(a.c_str()));
   args.push_back(nullptr);
@@ -42,6 +42,7 @@ pid_t Spawn(const std::vector<std::string>& argv, const std::map<std::string, st
   posix_spawn_file_actions_t fa;
   posix_spawn_file_actions_init(&fa);
   if (stdoutFd >= 0) posix_spawn_file_actions_adddup2(&fa, stdoutFd, 1);
+  if (quiet) posix_spawn_file_actions_addopen(&fa, 2, "/dev/null", O_WRONLY, 0);
   pid_t pid = -1;
   const int rc = posix_spawnp(&pid, args[0], &fa, nullptr, args.data(), envp.data());
   posix_spawn_file_actions_destroy(&fa);
@@ -53,9 +54,9 @@ pid_t Spawn(const std::vector<std::string>& argv, const std::map<std::string, st
 int RunProgram(const std::vector<std::string>& argv, std::string* output,
                const std::map<std::string, std::string>& env) {
   int fds[2] = {-1, -1};
-  if (output && pipe(fds) != 0) return -1;
-  const pid_t pid = Spawn(argv, env, output ? fds[1] : -1);
-  if (output) close(fds[1]);
+  if (output ? pipe(fds) != 0 : (fds[1] = open("/dev/null", O_WRONLY | O_CLOEXEC)) < 0) return -1;
+  const pid_t pid = Spawn(argv, env, fds[1], true);
+  close(fds[1]);
   if (pid < 0) {
     if (output) close(fds[0]);
     return -1;
@@ -77,7 +78,7 @@ XSession::XSession() {
     struct stat st;
     if (stat(lock.c_str(), &st) == 0) continue;
     display_ = ":" + std::to_string(n);
-    xvfb_ = Spawn({"Xvfb", display_, "-screen", "0", "1280x1024x24", "-nolisten", "tcp"}, {}, -1);
+    xvfb_ = Spawn({"Xvfb", display_, "-screen", "0", "1280x1024x24", "-nolisten", "tcp"}, {}, -1, true);
     if (xvfb_ < 0) throw std::runtime_error("Xvfb cannot be started");
     for (int i = 0; i < 100; ++i) {
       if (RunProgram({"xdpyinfo", "-display", display_}, nullptr) == 0) return;

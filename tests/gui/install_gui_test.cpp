@@ -1,0 +1,110 @@
+// The real stub in a built bundle, driven under Xvfb by clicks and keys the
+// way a person would use it.
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "bundler/demo_payload.h"
+#include "gui/stub_driver.h"
+
+namespace ostrel::test {
+namespace {
+
+using namespace std::chrono_literals;
+
+// Centres of the buttons, from the windows' designs.
+constexpr int kQuitX = 244, kInstallX = 336, kMainButtonsY = 208;
+
+class InstallGuiTest : public StubDriverTest {
+ protected:
+  bundler::SetupDescription PlainSetup() {
+    bundler::SetupDescription d;
+    d.bundleName = "Gui Setup";
+    d.executableName = "GuiSetup";
+    d.windowTitle = "Gui Setup Test";
+    d.message = "Welcome to the test setup.";
+    d.copyright = "Copyright 2026 Ostrel Tests";
+    d.linkURL = "example.com";
+    d.targetFolder = "GuiApp";
+    bundler::MakeDemoPayload(At("payload-source"), 60);
+    d.payloadFolder = At("payload-source");
+    return d;
+  }
+
+  // Notes, an HTML agreement, and a payload of nested folders.
+  bundler::SetupDescription FullSetup() {
+    auto d = PlainSetup();
+    d.preInstallNotes = {"Read these notes before you install.\nThey are short.", false};
+    d.agreement = {"<HTML><body><h2>Agreement</h2><p>You agree to test.</p></body></HTML>", true};
+    d.promptToReplace = true;
+    return d;
+  }
+
+  // Install, then the notes' OK and the agreement's button at `agreementX`.
+  void PassTheDocuments(int agreementX) {
+    const std::string main = Expect("^Gui Setup Test$", "main-window");
+    x->Click(main, kInstallX, kMainButtonsY);
+    const std::string notes = Expect("^Pre-Installation Notes$", "notes");
+    EXPECT_EQ(x->WindowSize(notes), std::make_pair(690, 210));  // short notes: 200 px less
+    x->Click(notes, 630, 180);
+    const std::string agreement = Expect("^License Agreement$", "agreement");
+    EXPECT_EQ(x->WindowSize(agreement), std::make_pair(762, 511));
+    x->Click(agreement, agreementX, 487);
+  }
+
+  void ChooseFolder(const std::string& path) {
+    const std::string chooser = Expect("^Select Folder$", "folder-chooser");
+    x->Key(chooser, "ctrl+a");
+    x->Type(chooser, path);
+    x->Key(chooser, "Return");
+  }
+};
+
+TEST_F(InstallGuiTest, TheWindowShowsTheRecordAndQuitsByItsQuitButton) {
+  BuildAndStart(PlainSetup());
+  const std::string main = Expect("^Gui Setup Test$", "main-window");
+  EXPECT_EQ(x->WindowSize(main), std::make_pair(396, 238));
+  x->Click(main, kQuitX, kMainButtonsY);
+  EXPECT_EQ(Finish(), 0);
+}
+
+TEST_F(InstallGuiTest, APlainSetupInstallsFileByFileAfterTheReplaceQuestion) {
+  BuildAndStart(FullSetup());
+  fs::create_directories(At("target/GuiApp/old"));
+  WriteFile(At("target/GuiApp/old/stale.txt"), "from an earlier installation");
+
+  PassTheDocuments(692);  // I Agree
+  ChooseFolder(At("target"));
+  const std::string confirm = Expect("^Confirmation$", "replace-question");
+  EXPECT_EQ(x->WindowSize(confirm), std::make_pair(452, 155));
+  x->Click(confirm, 392, 125);  // OK
+  std::this_thread::sleep_for(200ms);
+  if (auto main = x->FindWindow("^Gui Setup Test$", 2s)) Shot(*main, "installing");
+
+  EXPECT_EQ(Finish(), 0);
+  EXPECT_EQ(CompareTrees(At("payload-source"), At("target/GuiApp")), "");
+  EXPECT_FALSE(fs::exists(At("target/GuiApp.zip")));
+}
+
+TEST_F(InstallGuiTest, DecliningTheAgreementTouchesNothing) {
+  BuildAndStart(FullSetup());
+  fs::create_directories(At("target"));
+  PassTheDocuments(580);  // Quit
+  EXPECT_EQ(Finish(), 0);
+  EXPECT_TRUE(fs::is_empty(At("target")));
+  EXPECT_TRUE(fs::is_empty(At("home/Applications")));
+}
+
+TEST_F(InstallGuiTest, CancellingTheFolderChooserTouchesNothing) {
+  BuildAndStart(FullSetup());
+  fs::create_directories(At("target"));
+  PassTheDocuments(692);
+  const std::string chooser = Expect("^Select Folder$", "folder-chooser");
+  x->Key(chooser, "Escape");
+  EXPECT_EQ(Finish(), 0);
+  EXPECT_TRUE(fs::is_empty(At("target")));
+  EXPECT_TRUE(fs::is_empty(At("home/Applications")));
+}
+
+}  // namespace
+}  // namespace ostrel::test

@@ -1,0 +1,115 @@
+#include "gui/stub_driver.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <fstream>
+#include <sstream>
+#include <vector>
+
+#include "bundler/bundle.h"
+
+namespace ostrel::test {
+
+using namespace std::chrono_literals;
+
+void StubDriverTest::SetUp() {
+  SandboxTest::SetUp();
+  if (::testing::Test::IsSkipped()) return;
+  x = std::make_unique<XSession>();
+  const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
+  shotDir = std::string(OSTREL_BINARY_DIR) + "/gui-screenshots/" + info->test_suite_name() + "." + info->name();
+  fs::remove_all(shotDir);
+  fs::create_directories(shotDir);
+}
+
+void StubDriverTest::TearDown() {
+  stub.reset();
+  x.reset();
+  SandboxTest::TearDown();
+}
+
+void StubDriverTest::BuildAndStart(const bundler::SetupDescription& d) {
+  bundlePath = bundler::BuildBundle(d, OSTREL_STUB_BINARY, At("dist"));
+  const std::string exe =
+      bundlePath + "/Contents/MacOS/" + (d.executableName.empty() ? d.bundleName : d.executableName);
+  fs::create_directories(At("runtime"));
+  chmod(At("runtime").c_str(), 0700);
+  auto env = x->Env();
+  env["HOME"] = At("home");
+  env["TMPDIR"] = At("tmp");
+  env["XDG_RUNTIME_DIR"] = At("runtime");
+  env["XDG_CONFIG_HOME"] = At("home/.config");
+  stub = std::make_unique<Process>(std::vector<std::string>{exe}, env);
+}
+
+void StubDriverTest::Shot(const std::string& windowId, const std::string& name) {
+  char prefix[8];
+  snprintf(prefix, sizeof prefix, "%02d-", ++shots);
+  EXPECT_TRUE(x->Screenshot(windowId, shotDir + "/" + prefix + name + ".png")) << name;
+}
+
+std::string StubDriverTest::Expect(const std::string& titleRegex, const std::string& shotName) {
+  auto id = x->FindWindow(titleRegex);
+  if (!id) {
+    ADD_FAILURE() << "no window titled " << titleRegex;
+    return {};
+  }
+  std::this_thread::sleep_for(300ms);  // let it paint before the picture is taken
+  Shot(*id, shotName);
+  return *id;
+}
+
+std::optional<int> StubDriverTest::Finish() { return stub->Wait(60s); }
+
+namespace {
+
+struct Entry {
+  std::string kind;  // "file", "dir", "link"
+  std::string detail;
+};
+
+void Walk(const fs::path& root, const fs::path& dir, std::map<std::string, Entry>& out) {
+  std::vector<fs::path> children;
+  for (auto& e : fs::directory_iterator(dir)) children.push_back(e.path());
+  std::sort(children.begin(), children.end());
+  for (auto& p : children) {
+    const std::string rel = fs::relative(p, root).string();
+    const auto st = fs::symlink_status(p);
+    if (fs::is_symlink(st)) {
+      out[rel] = {"link", fs::read_symlink(p).string()};
+    } else if (fs::is_directory(st)) {
+      out[rel] = {"dir", ""};
+      Walk(root, p, out);
+    } else {
+      std::ifstream in(p, std::ios::binary);
+      std::ostringstream bytes;
+      bytes << in.rdbuf();
+      out[rel] = {"file", bytes.str()};
+    }
+  }
+}
+
+}  // namespace
+
+std::string CompareTrees(const std::string& expected, const std::string& actual) {
+  std::map<std::string, Entry> a, b;
+  if (!fs::is_directory(expected)) return "no folder " + expected;
+  if (!fs::is_directory(actual)) return "no folder " + actual;
+  Walk(expected, expected, a);
+  Walk(actual, actual, b);
+  for (auto& [name, e] : a) {
+    auto it = b.find(name);
+    if (it == b.end()) return "missing: " + name;
+    if (it->second.kind != e.kind) return "kind differs: " + name;
+    if (e.kind == "file" && it->second.detail.size() != e.detail.size())
+      return "size differs: " + name + " (" + std::to_string(it->second.detail.size()) + " for " +
+             std::to_string(e.detail.size()) + ")";
+    if (it->second.detail != e.detail) return "content differs: " + name;
+  }
+  for (auto& [name, e] : b)
+    if (!a.count(name)) return "unexpected: " + name;
+  return {};
+}
+
+}  // namespace ostrel::test

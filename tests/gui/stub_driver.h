@@ -1,0 +1,40 @@
+// A fixture for tests of the real stub binary inside a built bundle: a
+// sandbox, a private Xvfb, the bundle, and the stub started with a home and
+// temporary folder of the sandbox's own. Screenshots of every window go to
+// <build>/gui-screenshots/<test name>/.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "bundler/setup_description.h"
+#include "support/sandbox.h"
+#include "support/x_session.h"
+
+namespace ostrel::test {
+
+class StubDriverTest : public SandboxTest {
+ protected:
+  void SetUp() override;
+  void TearDown() override;
+
+  // Builds the bundle into the sandbox and starts its stub.
+  void BuildAndStart(const bundler::SetupDescription& d);
+  // Waits for a window whose title matches, and saves its screenshot.
+  std::string Expect(const std::string& titleRegex, const std::string& shotName);
+  void Shot(const std::string& windowId, const std::string& name);
+  // Waits for the stub to end; its exit code.
+  std::optional<int> Finish();
+
+  std::string bundlePath;
+  std::unique_ptr<XSession> x;
+  std::unique_ptr<Process> stub;
+  std::string shotDir;
+  int shots = 0;
+};
+
+// Compares two trees entry by entry: kinds, sizes, bytes and link targets.
+// Answers an empty text when equal, else the first difference.
+std::string CompareTrees(const std::string& expected, const std::string& actual);
+
+}  // namespace ostrel::test

@@ -1,0 +1,207 @@
+// A built bundle read back by the installer's own reader.
+#include <sys/stat.h>
+
+#include <gtest/gtest.h>
+
+#include "bundler/bundle.h"
+#include "bundler/description_file.h"
+#include "core/ostrel_stub_window.h"
+#include "fileutil/view_const.h"
+#include "unit/bundler/bundler_fixture.h"
+
+namespace ostrel::test {
+namespace {
+
+using bundler::BadInput;
+using bundler::BuildBundle;
+
+class BundleReadbackTest : public BundlerTest {
+ protected:
+  // Points the installer at the bundle's executable and reads the record.
+  std::unique_ptr<OstrelStubWindow> ReadBack(const std::string& bundle, const std::string& executable) {
+    platform.executablePath = bundle + "/Contents/MacOS/" + executable;
+    auto window = std::make_unique<OstrelStubWindow>();
+    EXPECT_TRUE(window->ReadData());
+    return window;
+  }
+};
+
+TEST_F(BundleReadbackTest, EveryFieldReadsBackAsDescribed) {
+  auto d = FullDescription();
+  d.picture.pngPath = WritePng("picture.png", {{QColor(255, 0, 0), QColor(0, 0, 255, 0)},
+                                               {QColor(255, 0, 0, 128), QColor(18, 52, 86)}});
+  d.background.pixels = "E[24]";
+  d.background.width = 2;
+  d.background.height = 2;
+  const std::string bundle = BuildBundle(d, stub, At("out"));
+  EXPECT_EQ(bundle, At("out/Demo Setup.app"));
+
+  const auto w = ReadBack(bundle, "Setup");
+  EXPECT_EQ(w->fTimeStamp, "2024-06-01 12:00:00");
+  EXPECT_TRUE(w->fApplicationFolder);
+  EXPECT_EQ(w->fExecuteAfterName, "After.app");
+  EXPECT_EQ(Expanded(w->fLogoPixelStr), "FFFFFF000000");
+  EXPECT_EQ(w->fLogoWidth, 2);
+  EXPECT_EQ(w->fLogoHeight, 1);
+  // Transparent pixels lie over white: fully transparent is white, half red is pink.
+  EXPECT_EQ(Expanded(w->fPicturePixelStr), "FF0000FFFFFFFF7F7F123456");
+  EXPECT_EQ(w->fPictureWidth, 2);
+  EXPECT_EQ(w->fPictureHeight, 2);
+  EXPECT_TRUE(w->fPromptToReplace);
+  EXPECT_EQ(w->fExecuteBeforeName, "SetupFolder/Before");
+  EXPECT_EQ(w->fBackgroundPixelStr, "E[24]");
+  EXPECT_EQ(w->fBackgroundWidth, 2);
+  EXPECT_EQ(w->fBackgroundHeight, 2);
+  EXPECT_EQ(w->fEncryptionLen, 4096);
+  EXPECT_TRUE(w->fCenterMessage);
+
+  EXPECT_EQ(w->fAgreement, "<html><body><p>Agree?</p>\n<p>Größe</p></body></html>");
+  EXPECT_EQ(w->fMessage, "Welcome\nto the demo");
+  EXPECT_EQ(w->fURLActual, "https://www.example.com/");
+  EXPECT_EQ(w->fURLDisplayed, "Home page");
+  EXPECT_EQ(w->fInfo, "Line one\nLine two");
+  EXPECT_EQ(w->fLabels, (std::vector<std::string>{"", "", "Go", "", "", "Accept", "", "", "", "", "", "", "", "",
+                                                  "", "", "", "", "", "Busy..."}));
+  EXPECT_EQ(w->fTargetFolder, "DemoApp");
+  EXPECT_EQ(w->fCopyright, "(c) 2024 Demo");
+  EXPECT_EQ(w->fWindowTitle, "Demo Title");
+  EXPECT_FALSE(w->fInstallationPatch);
+  EXPECT_EQ(w->fInstallChoices, "choices");
+  EXPECT_EQ(w->fInstallOptions, "options");
+  EXPECT_EQ(w->fMinOS, "MacOS10.12");
+  EXPECT_EQ(w->fMinRAM, "1GB");
+  EXPECT_EQ(w->fCompletionURL, "https://www.example.com/done");
+  // A "|" of the text itself survives; only the line break is one.
+  EXPECT_EQ(w->fPreInstallNotes, "Notes | with a bar\nand a second line");
+  EXPECT_EQ(w->fPostInstallNotes, "Release notes");
+  EXPECT_EQ(w->fPostCopy, "createfolder=UserAccount/Demo|delete=UserAccount/Old");
+  EXPECT_EQ(w->fCleanup, 2);
+}
+
+TEST_F(BundleReadbackTest, TheFilesHaveTheRecordLayout) {
+  auto d = FullDescription();
+  d.executableName.clear();  // the bundle's name then
+  const std::string bundle = BuildBundle(d, stub, At("out"));
+
+  const std::string exe = bundle + "/Contents/MacOS/Demo Setup";
+  EXPECT_EQ(ReadFile(exe), ReadFile(stub));
+  struct stat st;
+  ASSERT_EQ(stat(exe.c_str(), &st), 0);
+  EXPECT_EQ(st.st_mode & 07777, 0755u);
+
+  std::string data = ReadFile(bundle + "/Contents/Resources/Data");
+  ViewConst::DecryptStr(data);
+  EXPECT_EQ(ViewConst::CountFields(data, "$|~"), 12);
+  EXPECT_EQ(ViewConst::NthField(data, "$|~", 5), "");  // reserved
+  const std::string text = ReadFile(bundle + "/Contents/Resources/TextData");
+  EXPECT_EQ(ViewConst::CountFields(text, "|#|"), 30);
+  EXPECT_EQ(ViewConst::NthField(text, "|#|", 5), "Line one|Line two");
+  // HTML travels as UTF-16LE in upper-case hexadecimal: "<" is 3C00.
+  EXPECT_EQ(ViewConst::NthField(text, "|#|", 1).substr(0, 14), "$HTML$3C006800");
+  EXPECT_EQ(ViewConst::NthField(text, "|#|", 13), "0");
+
+  EXPECT_EQ(ReadBack(bundle, "Demo Setup")->fTargetFolder, "DemoApp");
+}
+
+TEST_F(BundleReadbackTest, AnHtmlFragmentGetsTheTagTheInstallerLooksFor) {
+  auto d = FullDescription();
+  d.info = {"<p>Only a fragment</p>", true};
+  const auto w = ReadBack(BuildBundle(d, stub, At("out")), "Setup");
+  EXPECT_EQ(w->fInfo, "<html><p>Only a fragment</p></html>");
+
+  d.info = {"<html lang=\"en\"><p>x</p></html>", true};
+  EXPECT_THROW(BuildBundle(d, stub, At("out")), BadInput);
+}
+
+TEST_F(BundleReadbackTest, ValuesThatWouldBreakTheRecordAreRefusedByName) {
+  auto expectRefused = [&](bundler::SetupDescription d, const std::string& name) {
+    try {
+      BuildBundle(d, stub, At("out"));
+      ADD_FAILURE() << "built with a bad " << name;
+    } catch (const BadInput& e) {
+      EXPECT_NE(std::string(e.what()).find(name), std::string::npos) << e.what();
+    }
+  };
+  auto d = FullDescription();
+  d.labels[3] = "a|b";
+  expectRefused(d, "label 3");
+
+  d = FullDescription();
+  d.message = "ends in |#";  // with the separator after it: "|#|#|"
+  expectRefused(d, "message");
+
+  d = FullDescription();
+  d.executeAfter = "odd$|~name";
+  expectRefused(d, "execute_after");
+
+  d = FullDescription();
+  d.labels = {{1, "x"}, {2, "#"}, {3, "y"}};  // joined: "x|#|y"
+  expectRefused(d, "labels");
+
+  d = FullDescription();
+  d.labels[27] = "beyond";
+  expectRefused(d, "label 27");
+
+  d = FullDescription();
+  d.logo.pixels = "F[6]";  // one pixel where two are promised
+  expectRefused(d, "logo");
+
+  d = FullDescription();
+  d.targetFolder = "a/b";
+  expectRefused(d, "target");
+  EXPECT_FALSE(fs::exists(At("out/Demo Setup.app")));
+}
+
+TEST_F(BundleReadbackTest, ARebuildReplacesTheBundleButNothingElse) {
+  auto d = FullDescription();
+  const std::string bundle = BuildBundle(d, stub, At("out"));
+  WriteFile(bundle + "/Contents/Resources/stale", "old");
+  d.message = "Second build";
+  EXPECT_EQ(BuildBundle(d, stub, At("out")), bundle);
+  EXPECT_FALSE(fs::exists(bundle + "/Contents/Resources/stale"));
+  EXPECT_EQ(ReadBack(bundle, "Setup")->fMessage, "Second build");
+  // No work folder is left beside the bundle.
+  EXPECT_EQ(std::distance(fs::directory_iterator(At("out")), fs::directory_iterator()), 1);
+
+  WriteFile(At("out2/Demo Setup.app"), "a file of the user's");
+  EXPECT_THROW(BuildBundle(d, stub, At("out2")), BadInput);
+  EXPECT_EQ(ReadFile(At("out2/Demo Setup.app")), "a file of the user's");
+}
+
+TEST_F(BundleReadbackTest, AnEmptyTimeStampBecomesTheBuildTime) {
+  auto d = FullDescription();
+  d.timeStamp.clear();
+  const auto w = ReadBack(BuildBundle(d, stub, At("out")), "Setup");
+  ASSERT_EQ(w->fTimeStamp.size(), 19u) << w->fTimeStamp;
+  EXPECT_EQ(w->fTimeStamp.substr(0, 2), "20");
+  EXPECT_EQ(w->fTimeStamp[10], ' ');
+}
+
+TEST_F(BundleReadbackTest, TheDemoSetupBuildsAndReadsBack) {
+  const auto d = bundler::ReadDescriptionFile(DemoDescriptionPath());
+  const std::string bundle = BuildBundle(d, stub, At("out"));
+  const auto w = ReadBack(bundle, "DemoSetup");
+  EXPECT_EQ(w->fWindowTitle, "Ostrel Demo");
+  EXPECT_EQ(w->fTargetFolder, "DemoApp");
+  EXPECT_FALSE(w->fApplicationFolder);
+  EXPECT_TRUE(w->fPromptToReplace);
+  EXPECT_NE(w->fAgreement.find("<html>"), std::string::npos);
+  EXPECT_NE(w->fAgreement.find("Größe"), std::string::npos);
+  EXPECT_EQ(w->fPreInstallNotes.find('|'), std::string::npos);
+  EXPECT_EQ(w->Label(2), "");  // the Install button keeps its caption
+  EXPECT_EQ(w->Label(6), "About");
+  for (auto [pixels, width, height, wantW, wantH] :
+       {std::tuple{w->fLogoPixelStr, w->fLogoWidth, w->fLogoHeight, 64, 64},
+        std::tuple{w->fPicturePixelStr, w->fPictureWidth, w->fPictureHeight, 64, 64},
+        std::tuple{w->fBackgroundPixelStr, w->fBackgroundWidth, w->fBackgroundHeight, 396, 238}}) {
+    EXPECT_EQ(width, wantW);
+    EXPECT_EQ(height, wantH);
+    EXPECT_EQ(Expanded(pixels).size(), static_cast<size_t>(wantW * wantH * 6));
+  }
+  EXPECT_EQ(std::count_if(fs::recursive_directory_iterator(At("out/payload/DemoApp")), {},
+                          [](const fs::directory_entry& e) { return e.is_regular_file() && !e.is_symlink(); }),
+            300);
+}
+
+}  // namespace
+}  // namespace ostrel::test

@@ -1,0 +1,112 @@
+#include "unit/bundler/bundler_fixture.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "core/pixel_pictures.h"
+
+namespace ostrel::test {
+
+Tree ReadTree(const std::string& root) {
+  Tree tree;
+  for (const auto& e : fs::recursive_directory_iterator(root)) {
+    const std::string rel = e.path().lexically_relative(root).string();
+    struct stat st;
+    lstat(e.path().c_str(), &st);
+    TreeItem item;
+    item.mode = static_cast<int>(st.st_mode & 07777);
+    if (S_ISLNK(st.st_mode)) {
+      item.kind = TreeItem::Link;
+      item.content = fs::read_symlink(e.path()).string();
+      item.mode = 0;  // a link's own bits mean nothing on Linux
+    } else if (S_ISDIR(st.st_mode)) {
+      item.kind = TreeItem::Folder;
+    } else {
+      std::ifstream in(e.path(), std::ios::binary);
+      item.content.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    }
+    tree[rel] = item;
+  }
+  return tree;
+}
+
+void BundlerTest::SetUp() {
+  SandboxTest::SetUp();
+  stub = At("build/stub");
+  WriteFile(stub, "#!/bin/false\nstub\n");
+}
+
+std::string BundlerTest::WritePng(const std::string& name, const std::vector<std::vector<QColor>>& rows) {
+  QImage image(static_cast<int>(rows[0].size()), static_cast<int>(rows.size()), QImage::Format_ARGB32);
+  for (int y = 0; y < image.height(); ++y)
+    for (int x = 0; x < image.width(); ++x) image.setPixelColor(x, y, rows[y][x]);
+  const std::string path = At("pictures/" + name);
+  fs::create_directories(fs::path(path).parent_path());
+  EXPECT_TRUE(image.save(QString::fromStdString(path), "PNG"));
+  return path;
+}
+
+std::string BundlerTest::MakePayload(const std::string& name) {
+  const std::string dir = At(name);
+  if (fs::exists(dir)) return dir;
+  WriteFile(dir + "/readme.txt", "hello\n");
+  WriteFile(dir + "/bin/tool", std::string(100'000, 'x') + "end");
+  chmod((dir + "/bin/tool").c_str(), 0750);
+  WriteFile(dir + "/a/b/c/deep.bin", std::string("\0\1\2\xFF", 4));
+  WriteFile(dir + "/Größe.txt", "non-ASCII name");
+  fs::create_directories(dir + "/empty");
+  fs::create_symlink("../readme.txt", dir + "/a/readme-link");
+  return dir;
+}
+
+bundler::SetupDescription BundlerTest::FullDescription() {
+  bundler::SetupDescription d;
+  d.bundleName = "Demo Setup";
+  d.executableName = "Setup";
+  d.timeStamp = "2024-06-01 12:00:00";
+  d.applicationFolder = true;
+  d.executeAfter = "After.app";
+  d.logo.pixels = "F[6]000000";
+  d.logo.width = 2;
+  d.logo.height = 1;
+  d.promptToReplace = true;
+  d.executeBefore = "SetupFolder/Before";
+  d.encryptionLength = 4096;
+  d.centerMessage = true;
+  d.agreement = {"<html><body><p>Agree?</p>\n<p>Größe</p></body></html>", true};
+  d.message = "Welcome\nto the demo";
+  d.linkURL = "https://www.example.com/";
+  d.linkText = "Home page";
+  d.info = {"Line one\nLine two", false};
+  d.labels = {{2, "Go"}, {5, "Accept"}, {19, "Busy..."}};
+  d.targetFolder = "DemoApp";
+  d.copyright = "(c) 2024 Demo";
+  d.windowTitle = "Demo Title";
+  d.installChoices = "choices";
+  d.installOptions = "options";
+  d.minOS = "MacOS10.12";
+  d.minRAM = "1GB";
+  d.completionURL = "https://www.example.com/done";
+  d.preInstallNotes = {"Notes | with a bar\nand a second line", false};
+  d.releaseNotes = {"Release notes", false};
+  d.postInstallActions = "createfolder=UserAccount/Demo|delete=UserAccount/Old";
+  d.cleanup = 2;
+  d.payloadFolder = MakePayload("payload");
+  return d;
+}
+
+std::string DemoDescriptionPath() {
+  // This file is compiled by its absolute path: the source tree lies above it.
+  const fs::path here(__FILE__);
+  return (here.parent_path().parent_path().parent_path().parent_path() / "examples/demo/demo.setup").string();
+}
+
+std::string Expanded(std::string pixels) {
+  ViewConst::PixelStringExpand(pixels);
+  return pixels;
+}
+
+}  // namespace ostrel::test

@@ -1,0 +1,26 @@
+// Building an installer bundle from a setup description and the stub.
+#pragma once
+
+#include <string>
+
+#include "bundler/setup_description.h"
+
+namespace ostrel::bundler {
+
+// Writes "<outputFolder>/<bundleName>.app" and answers its path:
+//   Contents/MacOS/<executable>  a copy of the stub, mode 0755
+//   Contents/Resources/Data      the enciphered record
+//   Contents/Resources/TextData  the text record, UTF-8
+//   Contents/Resources/Data2     the payload, a zip archive, scrambled
+// The bundle is assembled beside its final place and takes it only when
+// complete; an earlier bundle of the same name is then replaced. A
+// generated demo payload is written to "<outputFolder>/payload/<target>".
+// An empty time stamp becomes the current UTC time.
+// Throws BadInput for a description that cannot be built, and
+// std::runtime_error when writing fails. The scrambling of the payload runs
+// through the installer's own file routines, so a framework platform must be
+// installed (the command installs the POSIX one).
+std::string BuildBundle(const SetupDescription& description, const std::string& stubBinary,
+                        const std::string& outputFolder);
+
+}  // namespace ostrel::bundler
