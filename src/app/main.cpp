@@ -1,6 +1,10 @@
 // The stub's entry: the Qt application, the platform and window backends,
 // the application's open event, and the one main window.
+#include <langinfo.h>
+
 #include <QApplication>
+#include <clocale>
+#include <cstring>
 #include <memory>
 #include <optional>
 
@@ -12,6 +16,9 @@
 
 int main(int argc, char** argv) {
   QApplication app(argc, argv);
+  // Archive names are UTF-8; under a non-UTF-8 locale (plain "C") libarchive
+  // cannot convert them and would drop such entries.
+  if (strcmp(nl_langinfo(CODESET), "UTF-8") != 0) setlocale(LC_CTYPE, "C.UTF-8");
   QApplication::setApplicationName("Install");
   // Windows hide and show across the run; only a Quit ends it.
   QApplication::setQuitOnLastWindowClosed(false);
