@@ -138,22 +138,17 @@ void Window::Refresh() { NotifyChanged(); }
 
 void Window::SetFocus() { NotifyChanged(); }
 
-bool Window::PressDefault() {
+bool Window::PressFirst(bool (Control::*flag)() const) {
   for (auto& c : controls_)
-    if (c->Default() && c->Visible() && c->Enabled()) {
+    if ((c.get()->*flag)() && c->Visible() && c->Enabled()) {
       c->Press();
       return true;
     }
   return false;
 }
 
-bool Window::PressCancel() {
-  for (auto& c : controls_)
-    if (c->Cancel() && c->Visible() && c->Enabled()) {
-      c->Press();
-      return true;
-    }
-  return false;
-}
+bool Window::PressDefault() { return PressFirst(&Control::Default); }
+
+bool Window::PressCancel() { return PressFirst(&Control::Cancel); }
 
 }  // namespace fw

@@ -191,6 +191,7 @@ class Window {
   void NotifyChanged();
 
  private:
+  bool PressFirst(bool (Control::*flag)() const);
   std::string title_;
   int width_, height_;
   int minWidth_ = 0, minHeight_ = 0;
