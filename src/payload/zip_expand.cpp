@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "payload/zip_entry_rules.h"
+#include "payload/zip_fast_expand.h"
 
 namespace ostrel {
 namespace {
@@ -204,6 +205,10 @@ ExpandResult ExpandZipArchive(const std::string& archivePath, const std::string&
   char real[PATH_MAX];
   if (!realpath(folder.c_str(), real) || !fs::is_directory(real, ec))
     return {false, "the folder \"" + folder + "\" cannot be created"};
+
+  // The common archive goes the fast way; the rest, decided before anything
+  // is written, the general way below.
+  if (auto fast = TryFastExpansion(archiveAbsolute, real, p)) return *fast;
 
   int64_t total = 0;
   if (std::string why = Survey(archiveAbsolute, total); !why.empty()) return {false, why};

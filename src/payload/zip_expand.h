@@ -20,6 +20,7 @@ struct ExpandProgress {
 struct ExpandResult {
   bool ok = false;
   std::string error;  // a phrase that completes "could not be expanded: "
+  bool fastPath = false;  // the archive's own reader did it, not the general one
 };
 
 // Expands `archive` into `folder`, which is created when missing; existing

@@ -30,6 +30,7 @@ class ZipExpansionJob {
   // Meaningful once Finished().
   bool Succeeded() const;
   std::string Error() const;
+  bool UsedFastPath() const { return Finished() && result_.fastPath; }
   // Blocks until the expansion has ended.
   void Wait();
 
