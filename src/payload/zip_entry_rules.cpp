@@ -37,7 +37,9 @@ std::string CheckedEntryPath(const std::string& name, std::string& why) {
   }
   std::string path;
   for (const auto& part : PathParts(name)) {
-    if (part == "..") {
+    // "..\" climbs where the archive was made, and wherever it is unpacked
+    // on Windows: a part that climbs by either separator is refused.
+    if (part == ".." || part.starts_with("..\\") || part.ends_with("\\..") || part.find("\\..\\") != std::string::npos) {
       why = "the entry \"" + name + "\" would lie outside the destination";
       return {};
     }

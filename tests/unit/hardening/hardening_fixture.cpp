@@ -1,0 +1,218 @@
+#include "hardening_fixture.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <zlib.h>
+
+#include <algorithm>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+
+#include "core/ostrel_stub_window.h"
+#include "fileutil/view_const.h"
+#include "payload/archives.h"
+#include "payload/zip_opener.h"
+
+namespace ostrel::test {
+namespace {
+
+std::string Describe(const fs::path& p) {
+  struct stat st;
+  if (lstat(p.c_str(), &st) != 0) return "gone";
+  std::ostringstream d;
+  d << std::oct << (st.st_mode & 07777) << std::dec;
+  if (S_ISLNK(st.st_mode)) return "link " + fs::read_symlink(p).string();
+  if (S_ISDIR(st.st_mode)) return "folder " + d.str();
+  if (!S_ISREG(st.st_mode)) return "special " + d.str();
+  std::ifstream in(p, std::ios::binary);
+  std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  const auto crc = crc32(0, reinterpret_cast<const Bytef*>(bytes.data()), static_cast<uInt>(bytes.size()));
+  d << " " << bytes.size() << " bytes, crc " << crc << ", links " << st.st_nlink;
+  return "file " + d.str();
+}
+
+// Walks below an open folder by descriptor, so that trees deeper than a
+// path can name are walked too. `visit` gets the open parent, the name and
+// the path relative to the walk's start.
+void WalkAt(int dir, const std::string& relative,
+            const std::function<void(int, const std::string&, const std::string&, const struct stat&)>& visit) {
+  const int listing = dup(dir);
+  DIR* d = listing < 0 ? nullptr : fdopendir(listing);
+  if (!d) {
+    if (listing >= 0) close(listing);
+    return;
+  }
+  std::vector<std::string> names;
+  while (dirent* e = readdir(d))
+    if (std::string(e->d_name) != "." && std::string(e->d_name) != "..") names.push_back(e->d_name);
+  closedir(d);
+  for (const auto& name : names) {
+    struct stat st;
+    if (fstatat(dir, name.c_str(), &st, AT_SYMLINK_NOFOLLOW) != 0) continue;
+    const std::string path = relative.empty() ? name : relative + "/" + name;
+    visit(dir, name, path, st);
+    if (!S_ISDIR(st.st_mode)) continue;
+    const int sub = openat(dir, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    if (sub < 0) continue;
+    WalkAt(sub, path, visit);
+    close(sub);
+  }
+}
+
+long MemoryKb(const char* field) {
+  std::ifstream status("/proc/self/status");
+  for (std::string line; std::getline(status, line);)
+    if (line.rfind(field, 0) == 0) return std::strtol(line.c_str() + std::strlen(field), nullptr, 10);
+  return -1;
+}
+
+}  // namespace
+
+Snapshot TakeSnapshot(const std::string& root, const std::vector<std::string>& skip) {
+  Snapshot s;
+  std::error_code ec;
+  for (auto it = fs::recursive_directory_iterator(root, ec); it != fs::recursive_directory_iterator(); it.increment(ec)) {
+    if (ec) break;
+    const std::string rel = it->path().lexically_relative(root).string();
+    if (std::find(skip.begin(), skip.end(), rel) != skip.end()) {
+      it.disable_recursion_pending();
+      continue;
+    }
+    s[rel] = Describe(it->path());
+  }
+  return s;
+}
+
+const char* RouteName(Route r) { return r == Route::ZipFileToFolder ? "ZipFileToFolder" : "opener"; }
+
+void HardeningTest::SetUp() {
+  SandboxTest::SetUp();
+  fs::create_directories(Dest());
+  fs::create_directories(At("archives"));
+  WriteFile(Canary() + "/keep.txt", "the canary's own file");
+  WriteFile(Canary() + "/sub/deeper.txt", "deeper");
+  WriteFile(At("parent/neighbour.txt"), "beside the destination");
+  RegisterZipOpener();
+  Remember();
+}
+
+void HardeningTest::TearDown() {
+  WaitForZipExpansions();
+  fw::RegisterOpener(".zip", nullptr);
+  ViewConst::DeleteFolderOrApp(Dest());  // a tree too deep for a path to name
+  SandboxTest::TearDown();
+}
+
+Outcome HardeningTest::Expand(const std::string& zipBytes, Route route) {
+  Outcome outcome;
+  if (route == Route::ZipFileToFolder) {
+    WriteFile(At("archives/hostile.zip"), zipBytes);
+    outcome.ok = ViewConst::ZipFileToFolder(At("archives/hostile.zip"), Dest(), false);
+    fs::remove(At("archives/hostile.zip"));
+    return outcome;
+  }
+  // The opener expands the archive into the folder that holds it.
+  const std::string archive = Dest() + "/hostile.zip";
+  WriteFile(archive, zipBytes);
+  const size_t told = ui.messages.size();
+  fw::Launch(archive, true);
+  OstrelStubWindow window;
+  window.ZipFileProcess(archive, fw::FolderItem(archive));
+  if (ui.messages.size() > told) outcome.message = ui.messages.back();
+  outcome.ok = outcome.message.empty();
+  unlink(archive.c_str());
+  return outcome;
+}
+
+bool HardeningTest::OutsideUnchanged(const std::string& context) {
+  const Snapshot now = TakeSnapshot(root, {"parent/App"});
+  if (now == outside_) return true;
+  std::string diff;
+  for (const auto& [path, what] : now) {
+    auto was = outside_.find(path);
+    if (was == outside_.end()) diff += "  new: " + path + " (" + what + ")\n";
+    else if (was->second != what) diff += "  changed: " + path + " (" + was->second + " -> " + what + ")\n";
+  }
+  for (const auto& [path, what] : outside_)
+    if (!now.count(path)) diff += "  gone: " + path + "\n";
+  ADD_FAILURE() << "outside the destination " << context << ":\n" << diff;
+  return false;
+}
+
+bool HardeningTest::DestHoldsOnlySafeItems() {
+  const int dir = open(Dest().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (dir < 0) return true;
+  const fs::path dest = fs::canonical(Dest());
+  bool safe = true;
+  WalkAt(dir, "", [&](int, const std::string&, const std::string& rel, const struct stat& st) {
+    if (!S_ISREG(st.st_mode) && !S_ISDIR(st.st_mode) && !S_ISLNK(st.st_mode)) {
+      ADD_FAILURE() << "a special item was made: " << rel;
+      safe = false;
+    }
+    if (st.st_mode & (S_ISUID | S_ISGID | S_ISVTX)) {
+      ADD_FAILURE() << "a setuid, setgid or sticky bit survived: " << rel;
+      safe = false;
+    }
+    if (!S_ISLNK(st.st_mode) || rel.size() > 3000) return;
+    std::error_code ec;
+    const fs::path resolved = fs::weakly_canonical(dest / rel, ec);
+    auto d = dest.begin();
+    auto r = resolved.begin();
+    for (; d != dest.end() && r != resolved.end() && *d == *r; ++d, ++r) {
+    }
+    if (ec || d != dest.end()) {
+      ADD_FAILURE() << "the link " << rel << " leads out, to " << resolved;
+      safe = false;
+    }
+  });
+  close(dir);
+  return safe;
+}
+
+void HardeningTest::ClearDest() {
+  ViewConst::DeleteFolderOrApp(Dest());
+  fs::create_directories(Dest());
+}
+
+std::string RunBounded(int seconds, long megabytes, const std::function<bool()>& body) {
+  const pid_t pid = fork();
+  if (pid == 0) {
+    alarm(static_cast<unsigned>(seconds));
+    // Resets the peak so that only this body's growth counts.
+    std::ofstream("/proc/self/clear_refs") << "5";
+    const long before = MemoryKb("VmRSS:");
+    bool ok = false;
+    try {
+      ok = body();
+    } catch (...) {
+      _exit(3);
+    }
+    const long peak = MemoryKb("VmHWM:");
+    if (before >= 0 && peak - before > megabytes * 1024) _exit(2);
+    _exit(ok ? 0 : 1);
+  }
+  int status = 0;
+  if (pid < 0 || waitpid(pid, &status, 0) != pid) return "the child could not be run";
+  if (WIFSIGNALED(status))
+    return WTERMSIG(status) == SIGALRM ? "it ran past " + std::to_string(seconds) + " s"
+                                       : "it died of signal " + std::to_string(WTERMSIG(status));
+  switch (WEXITSTATUS(status)) {
+    case 0:
+      return {};
+    case 1:
+      return "its result was wrong";
+    case 2:
+      return "its memory grew past " + std::to_string(megabytes) + " MB";
+    case 3:
+      return "it threw";
+    default:
+      return "it exited with " + std::to_string(WEXITSTATUS(status));
+  }
+}
+
+}  // namespace ostrel::test

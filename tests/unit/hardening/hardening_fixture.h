@@ -1,0 +1,67 @@
+// A sandbox laid out for hostile inputs: a destination "parent/App" with a
+// canary sibling "parent/AppEvil" (a name that shares the destination's
+// prefix), and a snapshot of everything outside the destination, to show
+// that an operation wrote nothing where it had no business.
+#pragma once
+
+#include <sys/types.h>
+
+#include <functional>
+#include <map>
+#include <string>
+
+#include "support/sandbox.h"
+
+namespace ostrel::test {
+
+// Every item below `root` by relative path, links not followed: the kind,
+// mode, size and a checksum of a file's bytes, a link's target. Paths in
+// `skip` (relative, with their subtrees) are left out.
+using Snapshot = std::map<std::string, std::string>;
+Snapshot TakeSnapshot(const std::string& root, const std::vector<std::string>& skip = {});
+
+// The two public ways an archive gets expanded: synchronously into a
+// folder, and by launching it for the in-process opener, which expands it
+// beside itself while the main window follows it.
+enum class Route { ZipFileToFolder, Opener };
+const char* RouteName(Route r);
+
+struct Outcome {
+  bool ok = false;
+  std::string message;  // what the user was told, if anything
+};
+
+class HardeningTest : public SandboxTest {
+ protected:
+  void SetUp() override;
+  void TearDown() override;
+
+  std::string Dest() const { return At("parent/App"); }
+  std::string Canary() const { return At("parent/AppEvil"); }
+
+  // Expands the archive's bytes into Dest() by the route; the archive is
+  // removed again afterwards.
+  Outcome Expand(const std::string& zipBytes, Route route);
+
+  // True when nothing outside Dest() differs from the snapshot taken in
+  // SetUp (or by Remember()); a difference is reported as a test failure.
+  bool OutsideUnchanged(const std::string& context = {});
+  void Remember() { outside_ = TakeSnapshot(root, {"parent/App"}); }
+
+  // Every symbolic link below Dest() resolves inside it, and every item is
+  // a plain file, folder or link with no setuid, setgid or sticky bit.
+  bool DestHoldsOnlySafeItems();
+
+  // Empties Dest() whatever it holds, deep trees included.
+  void ClearDest();
+
+ private:
+  Snapshot outside_;
+};
+
+// Runs `body` in a forked child that the alarm kills after `seconds`, and
+// whose resident memory may grow by `megabytes` at most. Answers an empty
+// text when the body answered true within both bounds, else what went wrong.
+std::string RunBounded(int seconds, long megabytes, const std::function<bool()>& body);
+
+}  // namespace ostrel::test

@@ -1,0 +1,145 @@
+// Archive entries that are not plain files: links that lead out or are
+// written through, folders and links that take each other's place, hard
+// links, setuid modes and device files.
+#include <archive.h>
+#include <archive_entry.h>
+#include <sys/stat.h>
+
+#include "hardening_fixture.h"
+#include "raw_zip.h"
+
+namespace ostrel::test {
+namespace {
+
+const Route kRoutes[] = {Route::ZipFileToFolder, Route::Opener};
+
+// A link anywhere in the archive sends it to the general reader.
+std::vector<RawEntry> Both(const std::vector<RawEntry>& entries, bool withLink) {
+  std::vector<RawEntry> out = entries;
+  if (withLink) out.insert(out.begin(), Link("aa-inward-link", "."));
+  return out;
+}
+
+using HardeningZipLinks = HardeningTest;
+
+TEST_F(HardeningZipLinks, NothingIsWrittenThroughALinkThatLeadsOut) {
+  const std::vector<std::vector<RawEntry>> archives = {
+      {Link("l", "../AppEvil"), File("l/keep.txt", "overwritten")},
+      {Link("l", "../AppEvil"), Folder("l/sub/"), File("l/sub/planted.txt", "planted")},
+      {Link("l", Canary() + "/keep.txt"), File("l", "overwritten")},
+      // "g" is the destination itself, so "g/.." is the folder above it:
+      // every link reads as inside alone, and the file named like the
+      // second link would be written through it.
+      {Link("g", "."), Link("f", "g/../AppEvil/keep.txt"), File("f", "overwritten")},
+      {Link("g", "."), Link("f", "g/../AppEvil"), File("f/planted.txt", "planted")},
+      // A link to a folder inside, then a link through it, then a file.
+      {Folder("in/"), Link("in/up", ".."), Link("up2", "in/up/.."), File("up2/AppEvil/keep.txt", "overwritten")},
+  };
+  for (const Route route : kRoutes) {
+    for (size_t i = 0; i < archives.size(); ++i) {
+      SCOPED_TRACE(std::string(RouteName(route)) + ", archive " + std::to_string(i));
+      EXPECT_FALSE(Expand(BuildRawZip(archives[i]), route).ok);
+      EXPECT_TRUE(OutsideUnchanged());
+      EXPECT_TRUE(DestHoldsOnlySafeItems());
+      ClearDest();
+    }
+  }
+}
+
+TEST_F(HardeningZipLinks, AFolderAndALinkOfTheSameNameNeverLeadOut) {
+  const std::vector<std::vector<RawEntry>> archives = {
+      {Folder("d/"), File("d/f.txt", "in the folder"), Link("d", "../AppEvil")},
+      {Folder("d/"), Link("d", "."), File("d/g.txt", "through the link")},
+      {Link("d", "."), Folder("d/"), File("d/g.txt", "through the link")},
+      {Link("d", "../AppEvil"), Folder("d/"), File("d/keep.txt", "overwritten")},
+      {File("d", "a file first"), Link("d", "../AppEvil"), File("d/keep.txt", "overwritten")},
+  };
+  for (const Route route : kRoutes) {
+    for (size_t i = 0; i < archives.size(); ++i) {
+      SCOPED_TRACE(std::string(RouteName(route)) + ", archive " + std::to_string(i));
+      Expand(BuildRawZip(archives[i]), route);
+      EXPECT_TRUE(OutsideUnchanged());
+      EXPECT_TRUE(DestHoldsOnlySafeItems());
+      ClearDest();
+    }
+  }
+}
+
+TEST_F(HardeningZipLinks, AHardLinkIsNeverMade) {
+  // Zip has no hard links: a writer asked for one stores an empty file,
+  // which must stay a file of its own.
+  archive* a = archive_write_new();
+  archive_write_set_format_zip(a);
+  ASSERT_EQ(archive_write_open_filename(a, At("archives/hard.zip").c_str()), ARCHIVE_OK);
+  for (const std::string& target : {std::string("../AppEvil/keep.txt"), Canary() + "/keep.txt"}) {
+    archive_entry* e = archive_entry_new();
+    archive_entry_set_pathname(e, ("hard" + std::to_string(target.size())).c_str());
+    archive_entry_set_filetype(e, AE_IFREG);
+    archive_entry_set_perm(e, 0644);
+    archive_entry_set_hardlink(e, target.c_str());
+    archive_write_header(a, e);
+    archive_entry_free(e);
+  }
+  archive_write_close(a);
+  archive_write_free(a);
+  const std::string bytes = ReadFile(At("archives/hard.zip"));
+  fs::remove(At("archives/hard.zip"));
+  for (const Route route : kRoutes) {
+    SCOPED_TRACE(RouteName(route));
+    Expand(bytes, route);
+    struct stat st;
+    ASSERT_EQ(stat((Canary() + "/keep.txt").c_str(), &st), 0);
+    EXPECT_EQ(st.st_nlink, 1u);
+    EXPECT_TRUE(OutsideUnchanged());
+    ClearDest();
+  }
+}
+
+TEST_F(HardeningZipLinks, SetuidSetgidAndStickyBitsAreDropped) {
+  const std::vector<RawEntry> entries = {File("su", "#!/bin/sh\n", 0104755), File("sg", "x", 0102755),
+                                         File("all", "x", 0107777), Folder("sticky/", 0041777),
+                                         Folder("sgid/", 0042775), File("sgid/f", "x", 0106644)};
+  for (const Route route : kRoutes) {
+    for (const bool withLink : {false, true}) {
+      SCOPED_TRACE(std::string(RouteName(route)) + (withLink ? ", with a link" : ", plain"));
+      const Outcome o = Expand(BuildRawZip(Both(entries, withLink)), route);
+      EXPECT_TRUE(o.ok) << o.message;
+      EXPECT_TRUE(DestHoldsOnlySafeItems());
+      struct stat st;
+      ASSERT_EQ(stat((Dest() + "/su").c_str(), &st), 0);
+      EXPECT_NE(st.st_mode & S_IXUSR, 0u);  // the rest of the mode stays
+      EXPECT_TRUE(OutsideUnchanged());
+      ClearDest();
+    }
+  }
+}
+
+TEST_F(HardeningZipLinks, DevicesAndSocketsAreRefusedAndNoSpecialItemIsMade) {
+  struct Special {
+    const char* what;
+    uint32_t mode;
+    bool refused;  // a pipe may also come out as a plain file
+  };
+  const Special specials[] = {{"character device", 0020644, true},
+                              {"block device", 0060644, true},
+                              {"socket", 0140644, true},
+                              {"pipe", 0010644, false}};
+  for (const Route route : kRoutes) {
+    for (const bool withLink : {false, true}) {
+      for (const auto& s : specials) {
+        SCOPED_TRACE(std::string(RouteName(route)) + (withLink ? ", with a link, " : ", plain, ") + s.what);
+        const Outcome o = Expand(BuildRawZip(Both({File("fine.txt", "fine"), File("node", "", s.mode)}, withLink)), route);
+        if (s.refused) {
+          EXPECT_FALSE(o.ok);
+          EXPECT_TRUE(fs::is_empty(Dest()));
+        }
+        EXPECT_TRUE(DestHoldsOnlySafeItems());
+        EXPECT_TRUE(OutsideUnchanged());
+        ClearDest();
+      }
+    }
+  }
+}
+
+}  // namespace
+}  // namespace ostrel::test
