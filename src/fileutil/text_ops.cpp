@@ -109,25 +109,43 @@ int64_t Val(const std::string& text) {
   bool negative = false;
   if (i < text.size() && (text[i] == '-' || text[i] == '+')) negative = text[i++] == '-';
   auto digit = [&](size_t k) { return k < text.size() && text[k] >= '0' && text[k] <= '9'; };
-  double value = 0;
+  // The significant digits, and the power of ten they stand at: keeping the
+  // two apart means no run of digits or exponent can make 0 times infinity.
+  double mantissa = 0;
+  int significant = 0;
+  int64_t power = 0;
   bool any = false;
-  for (; digit(i); ++i, any = true) value = value * 10 + (text[i] - '0');
-  if (i < text.size() && text[i] == '.') {
-    // The fraction only matters through an exponent: "2.5e1" is 25.
-    double scale = 0.1;
-    for (++i; digit(i); ++i, any = true, scale /= 10) value += (text[i] - '0') * scale;
-  }
+  auto take = [&](int d, bool fraction) {
+    any = true;
+    if (mantissa == 0 && d == 0) {
+      power -= fraction;  // a leading zero
+    } else if (significant < 19) {
+      mantissa = mantissa * 10 + d;
+      ++significant;
+      power -= fraction;
+    } else {
+      power += !fraction;  // past a double's precision
+    }
+  };
+  for (; digit(i); ++i) take(text[i] - '0', false);
+  if (i < text.size() && text[i] == '.')
+    for (++i; digit(i); ++i) take(text[i] - '0', true);  // "2.5e1" is 25
   if (any && i < text.size() && (text[i] == 'e' || text[i] == 'E')) {
     size_t k = i + 1;
     bool negExp = false;
     if (k < text.size() && (text[k] == '-' || text[k] == '+')) negExp = text[k++] == '-';
-    int exponent = 0, digits = 0;
-    for (; digit(k); ++k, ++digits)
-      if (exponent < 400) exponent = exponent * 10 + (text[k] - '0');
-    if (digits > 0) value *= std::pow(10.0, negExp ? -exponent : exponent);
+    int64_t exponent = 0;
+    for (; digit(k); ++k)
+      if (exponent < 100000) exponent = exponent * 10 + (text[k] - '0');
+    power += negExp ? -exponent : exponent;
   }
-  if (negative) value = -value;
   constexpr double kMax = 9.2233720368547748e18;
+  double value = 0;
+  if (mantissa != 0 && power > 400)
+    value = kMax;
+  else if (mantissa != 0 && power >= -400)
+    value = mantissa * std::pow(10.0, static_cast<double>(power));
+  if (negative) value = -value;
   if (value >= kMax) return std::numeric_limits<int64_t>::max();
   if (value <= -kMax) return std::numeric_limits<int64_t>::min();
   return static_cast<int64_t>(value);  // truncates toward 0
