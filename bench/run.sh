@@ -1,0 +1,167 @@
+#!/usr/bin/env bash
+# Measures the installer's own file work against the standard tools, side by
+# side in one run, and prints one table (also written to bench/latest.md).
+#   bench/run.sh [RUNS]        RUNS timed runs of each, 3 unless given
+# The corpus (about 20,000 files in 2,500 folders, 600 MB, and one 1 GiB
+# file) is made in a private tmpfs when one can be mounted (as root), else in
+# /dev/shm, so that the disc's cache does not decide the result. Everything is
+# removed at the end.
+#   BENCH_SCRATCH=DIR     use DIR (must not exist) instead
+#   BENCH_SKIP_INSTALL=1  leave out the whole installation under Xvfb
+set -euo pipefail
+runs="${1:-3}"
+root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
+build="$root/build-bench"
+
+"$root/scripts/ensure-deps.sh"
+cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DOSTREL_TESTS=OFF -DOSTREL_BENCH=ON >/dev/null
+ninja -C "$build" ostrel-bench ostrel-stub ostrel-bundle >&2
+bench="$build/ostrel-bench"
+
+# Scratch space: a tmpfs of our own, /dev/shm, or what the caller gave.
+mounted=""
+if [ -n "${BENCH_SCRATCH:-}" ]; then
+  s="$BENCH_SCRATCH"
+  mkdir "$s"
+  medium="$(df --output=fstype "$s" | tail -n 1) (given)"
+else
+  s="$build/scratch"
+  mkdir -p "$s"
+  if [ "$(id -u)" -eq 0 ] && mount -t tmpfs -o size=12g,mode=0700 ostrel-bench "$s" 2>/dev/null; then
+    mounted="$s"
+    medium="tmpfs (mounted for the run)"
+  else
+    rmdir "$s"
+    s="$(mktemp -d /dev/shm/ostrel-bench.XXXXXX)"
+    medium="tmpfs (/dev/shm)"
+  fi
+fi
+xvfb=""
+cleanup() {
+  [ -n "$xvfb" ] && kill "$xvfb" 2>/dev/null
+  if [ -n "$mounted" ]; then umount "$mounted" && rmdir "$mounted"; else rm -rf "$s"; fi
+}
+trap cleanup EXIT
+
+echo "Making the corpus in $s ($medium)" >&2
+mkdir -p "$s/src" "$s/results"
+"$bench" corpus "$s/src/Corpus" >&2
+"$bench" zip "$s/src" Corpus "$s/payload.zip" >/dev/null
+"$bench" big "$s/big" 1024
+results="$s/results"
+
+# timed NAME COMMAND...: one run, appended to $results/NAME.
+timed() {
+  local name="$1"
+  shift
+  "$bench" time "$results/$name" -- "$@" >/dev/null || { echo "failed: $*" >&2; exit 1; }
+}
+fresh() { rm -rf "$1"; mkdir -p "$1"; }
+
+# One untimed pass of each over the same files first: the first reading of
+# a file just written costs the kernel extra, whichever tool comes first.
+"$bench" unscramble "$s/big"
+dd if="$s/big" of="$s/big.dd" bs=1M status=none
+rm -f "$s/big.dd"
+fresh "$s/x"; "$bench" expand "$s/payload.zip" "$s/x"
+fresh "$s/x"; unzip -q "$s/payload.zip" -d "$s/x"
+
+for run in $(seq "$runs"); do
+  echo "Run $run of $runs" >&2
+  # Expansion of the payload archive, and the floor: copying the tree.
+  fresh "$s/x"; timed expand-ours "$bench" expand "$s/payload.zip" "$s/x"
+  fresh "$s/x"; timed expand-unzip unzip -q "$s/payload.zip" -d "$s/x"
+  fresh "$s/x"; timed expand-bsdtar bsdtar -xf "$s/payload.zip" -C "$s/x"
+  fresh "$s/x"; timed expand-cp cp -r "$s/src/Corpus" "$s/x/"
+  # Unscrambling the 1 GiB file in place, against copying it.
+  timed unscramble-ours "$bench" unscramble "$s/big"
+  timed unscramble-dd dd if="$s/big" of="$s/big.dd" bs=1M status=none
+  rm -f "$s/big.dd"
+  # Removal of the expanded tree.
+  fresh "$s/x"; cp -a "$s/src/Corpus" "$s/x/"; timed delete-ours "$bench" delete "$s/x/Corpus"
+  fresh "$s/x"; cp -a "$s/src/Corpus" "$s/x/"; timed delete-rm rm -rf "$s/x/Corpus"
+  # A copy of the tree.
+  fresh "$s/x"; timed copy-ours "$bench" copy "$s/src/Corpus" "$s/x/Corpus"
+  fresh "$s/x"; timed copy-cp cp -a "$s/src/Corpus" "$s/x/Corpus"
+done
+rm -rf "$s/x"
+
+# A whole plain installation of the corpus through the real binary, from the
+# press of Install to the end of the process.
+install_note=""
+if [ -z "${BENCH_SKIP_INSTALL:-}" ]; then
+  cat >"$s/bench.setup" <<EOF
+name = BenchSetup
+title = Ostrel Benchmark
+message = Installs the benchmark corpus.
+target = Corpus
+payload = src/Corpus
+application_folder = yes
+prompt_to_replace = no
+EOF
+  echo "Making the benchmark bundle" >&2
+  bundle="$("$build/ostrel-bundle" "$s/bench.setup" --stub "$build/ostrel-stub" --out "$s/bundle")"
+  exe="$bundle/Contents/MacOS/BenchSetup"
+  for d in $(seq 160 220); do [ -e "/tmp/.X$d-lock" ] || break; done
+  export DISPLAY=":$d"
+  Xvfb "$DISPLAY" -screen 0 1280x1024x24 -nolisten tcp >/dev/null 2>&1 &
+  xvfb=$!
+  for _ in $(seq 50); do xdpyinfo >/dev/null 2>&1 && break; sleep 0.1; done
+  for run in $(seq "$runs"); do
+    echo "Installation $run of $runs" >&2
+    rm -rf "$s/home"
+    mkdir -p "$s/home"
+    HOME="$s/home" TMPDIR="$s/home" "$bench" time "$results/install-raw" -- "$exe" &
+    timer=$!
+    win=""
+    for _ in $(seq 300); do
+      win="$(xdotool search --onlyvisible --name '^Ostrel Benchmark$' 2>/dev/null | head -n 1 || true)"
+      [ -n "$win" ] && break
+      sleep 0.1
+    done
+    [ -n "$win" ] || { echo "The installer's window did not appear." >&2; exit 1; }
+    sleep 0.3
+    start=$(date +%s.%N)
+    xdotool mousemove --window "$win" --sync 336 208 click 1   # Install
+    wait "$timer"
+    end=$(date +%s.%N)
+    # The time from the press, with the process's own peak memory.
+    tail -n 1 "$results/install-raw" | awk -v a="$start" -v b="$end" '{print b - a, $2, $3}' >>"$results/install-ours"
+    diff -rq "$s/src/Corpus" "$s/home/Applications/Corpus" >/dev/null ||
+      { echo "The installed tree differs from the corpus." >&2; exit 1; }
+    fresh "$s/x"; timed install-cp cp -r "$s/src/Corpus" "$s/x/"
+  done
+  rm -rf "$s/x" "$s/home"
+else
+  install_note=" (installation left out)"
+fi
+
+# The table: medians of wall time and peak resident memory.
+median() { sort -n | awk '{a[NR] = $1} END {print (NR % 2) ? a[(NR + 1) / 2] : (a[NR / 2] + a[NR / 2 + 1]) / 2}'; }
+secs() { cut -d' ' -f1 "$results/$1" | median; }
+peak() { cut -d' ' -f2 "$results/$1" | median | awk '{printf "%.0f", $1 / 1024}'; }
+row() {  # work, ours, peer name, peer, target ratio
+  local ours peer ratio verdict
+  [ -f "$results/$2" ] || return 0
+  ours="$(secs "$2")"
+  peer="$(secs "$4")"
+  ratio="$(awk -v a="$ours" -v b="$peer" 'BEGIN {printf "%.2f", a / b}')"
+  verdict="$(awk -v r="$ratio" -v t="$5" 'BEGIN {print (t == "" ? "" : (r <= t ? "met (≤ " t ")" : "missed (≤ " t ")"))}')"
+  printf '| %s | %.2f s | %s MiB | %s | %.2f s | %s MiB | %s | %s |\n' "$1" "$ours" "$(peak "$2")" "$3" "$peer" "$(peak "$4")" "$ratio" "$verdict"
+}
+cpu="$(grep -m1 'model name' /proc/cpuinfo | cut -d: -f2- | sed 's/^ *//')"
+table="$(
+  echo "Machine: $(nproc) cores ($cpu), $(free -g | awk '/^Mem:/ {print $2}') GiB, $(uname -sr); scratch on $medium; $(date -u +%Y-%m-%d)."
+  echo "Corpus: $(find "$s/src/Corpus" -type f | wc -l) files in $(find "$s/src/Corpus" -type d | wc -l) folders, $(du -sm "$s/src/Corpus" | cut -f1) MiB; payload zip $(du -m "$s/payload.zip" | cut -f1) MiB; one 1 GiB file. Medians of $runs runs$install_note."
+  echo
+  echo "| work | ours | our peak | peer | peer's time | peer's peak | ratio | target |"
+  echo "|---|---|---|---|---|---|---|---|"
+  row "expand the payload zip" expand-ours "unzip -q" expand-unzip 0.25
+  row "expand the payload zip" expand-ours "bsdtar -xf" expand-bsdtar ""
+  row "expand the payload zip" expand-ours "cp -r of the tree" expand-cp 1.0
+  row "unscramble 1 GiB" unscramble-ours "dd bs=1M" unscramble-dd 1.3
+  row "delete the tree" delete-ours "rm -rf" delete-rm 0.8
+  row "copy the tree" copy-ours "cp -a" copy-cp 0.6
+  row "whole installation, Install to end" install-ours "cp -r of the tree" install-cp ""
+)"
+echo "$table" | tee "$root/bench/latest.md"
