@@ -3,7 +3,8 @@
 // and, once the walk is done, by the caller as well, each through open
 // folder descriptors, with the kernel moving the bytes (copy_file_range).
 // Links in the source are followed, as the items of a folder are; broken
-// links, pipes, devices and sockets are passed over.
+// links, pipes, devices and sockets are passed over. In the destination a
+// link is never followed: the copy writes inside the destination only.
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -49,18 +50,19 @@ struct FileJob {
 
 // Copies one file into a new file beside its destination, which takes the
 // destination's name only when complete; the source's mode comes along.
-void CopyOne(const FileJob& job, mode_t mask, std::vector<char>& buffer) {
+// False when the file should have been copied and was not.
+bool CopyOne(const FileJob& job, mode_t mask, std::vector<char>& buffer) {
   static std::atomic<unsigned> counter{0};
   const int in = openat(job.folders->from, job.name.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-  if (in < 0) return;
+  if (in < 0) return errno == ENOENT;  // gone since the listing: nothing to copy
   struct stat st;
-  if (fstat(in, &st) != 0 || !S_ISREG(st.st_mode)) return void(close(in));
+  if (fstat(in, &st) != 0 || !S_ISREG(st.st_mode)) return close(in), true;
   const mode_t mode = st.st_mode & 07777;
   static const std::string pid = std::to_string(getpid());
   const std::string temp = job.name + ".part-" + pid + "-" + std::to_string(counter++);
   const int to = job.folders->to;
   const int out = openat(to, temp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode);
-  if (out < 0) return void(close(in));
+  if (out < 0) return close(in), false;
   bool ok = true;
   off_t left = st.st_size;
   while (left > 0) {
@@ -91,7 +93,9 @@ void CopyOne(const FileJob& job, mode_t mask, std::vector<char>& buffer) {
   if (ok && ((mode & mask) != 0 || (mode & 07000) != 0)) ok = fchmod(out, mode) == 0;
   if (close(out) != 0) ok = false;
   // A file never replaces a folder: the rename refuses, and the copy goes.
-  if (!ok || renameat(to, temp.c_str(), to, job.name.c_str()) != 0) unlinkat(to, temp.c_str(), 0);
+  if (ok && renameat(to, temp.c_str(), to, job.name.c_str()) == 0) return true;
+  unlinkat(to, temp.c_str(), 0);
+  return false;
 }
 
 class TreeCopier {
@@ -123,6 +127,9 @@ class TreeCopier {
   // without end.
   std::set<std::pair<dev_t, ino_t>> ancestors;
 
+  // Whether a file or a folder could not be made in the destination.
+  bool Failed() const { return failed_; }
+
  private:
   // Takes jobs until none is left; with `once`, takes a single one, and
   // answers whether there was one.
@@ -137,7 +144,7 @@ class TreeCopier {
         job = std::move(jobs_.front());
         jobs_.pop_front();
       }
-      CopyOne(job, mask_, buffer);
+      if (!CopyOne(job, mask_, buffer)) failed_ = true;
       if (once) return true;
     }
   }
@@ -145,7 +152,8 @@ class TreeCopier {
   void Add(FileJob job) {
     if (single_) {
       std::vector<char> buffer(1 << 16);
-      return CopyOne(job, mask_, buffer);
+      if (!CopyOne(job, mask_, buffer)) failed_ = true;
+      return;
     }
     {
       std::lock_guard<std::mutex> lock(mutex_);
@@ -178,11 +186,14 @@ class TreeCopier {
           close(sub);
           continue;  // a loop back into the copy
         }
+        // A link in the destination, there before or put there since the
+        // folder was made, is not followed out of it.
         mkdirat(to, name, 0755);
-        const int subTo = openat(to, name, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        const int subTo = openat(to, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
         if (sub < 0 || subTo < 0) {
           if (sub >= 0) close(sub);
           if (subTo >= 0) close(subTo);
+          if (subTo < 0) failed_ = true;
           continue;  // nothing to list, or nowhere to put it
         }
         struct stat made;
@@ -199,6 +210,7 @@ class TreeCopier {
   std::condition_variable ready_;
   std::deque<FileJob> jobs_;
   bool walking_ = true, single_ = false;
+  std::atomic<bool> failed_{false};
   std::atomic<int> live_{0};
 };
 
@@ -217,19 +229,22 @@ bool CopyFolder(const std::string& source, const std::string& destination) {
     if (src >= 0) close(src);
     return true;
   }
-  // When the destination cannot be a folder, the children would go below it
-  // and fail there: nothing to do.
+  // When the destination cannot be a folder, the children have nowhere to
+  // go: a failure unless there are none.
   const int dst = open(to->NativePath().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (dst < 0) {
+    const bool empty = detail::ListFolder(src).empty();
     close(src);
-    return true;
+    return empty;
   }
   TreeCopier copier;
   struct stat made;
   // A destination inside the source is not copied into itself.
   if (fstat(dst, &made) == 0) copier.ancestors.insert({made.st_dev, made.st_ino});
   copier.Run(src, dst, srcSt);
-  return true;
+  // Every file and folder that could not be made counts, so that a full
+  // volume is reported rather than passed as a complete copy.
+  return !copier.Failed();
 }
 
 }  // namespace ViewConst

@@ -5,13 +5,19 @@
 
 namespace ViewConst {
 // Rewrites the file through the alternating byte step, streaming it into a
-// new file that replaces the old one only when complete.
+// new file that replaces the old one only when complete. A missing file is
+// passed over; a file that cannot be rewritten stays as it was, and the
+// user is told why.
 void EncryptDecryptFileEnd(const std::string& path, bool encrypt);
 // Expands a zip archive into the folder, synchronously; true on success.
 bool ZipFileToFolder(const std::string& archive, const std::string& folder, bool replace);
 }  // namespace ViewConst
 
 namespace ostrel {
+// The rewriting itself, for callers with no user to tell: 0 when done, -1
+// when there is no plain file at the absolute `path`, else the errno of the
+// failure, the file then being as it was.
+int RewriteThroughByteStep(const std::string& path, bool encrypt);
 // Claims ".zip" launches for the in-process opener, which expands an archive
 // beside itself in the background (see payload/zip_opener.h).
 void RegisterZipOpener();

@@ -1,13 +1,15 @@
 // Scrambling and unscrambling of a whole file. The file streams through a
 // small buffer into a new file beside it, which takes the original's name
 // only once it is complete: memory stays bounded whatever the payload's size,
-// and a failure half-way leaves the original as it was.
+// and a failure half-way, a full volume or a kill included, leaves the
+// original as it was.
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <chrono>
+#include <cstring>
 #include <vector>
 
 #include "framework/file_copy.h"
@@ -15,35 +17,38 @@
 #include "payload/archives.h"
 #include "payload/byte_step.h"
 
-namespace ViewConst {
+namespace ostrel {
 namespace {
 
 constexpr size_t kChunk = size_t(1) << 20;
 
-bool WriteAll(int fd, const unsigned char* data, size_t size) {
+// 0 or the errno of the failure.
+int WriteAll(int fd, const unsigned char* data, size_t size) {
   while (size > 0) {
     const ssize_t n = write(fd, data, size);
     if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) return false;
+    if (n < 0) return errno;
+    if (n == 0) return EIO;
     data += n;
     size -= static_cast<size_t>(n);
   }
-  return true;
+  return 0;
 }
 
-// Streams `in` through the byte step into `out`; false on a read or write error.
-bool TransformStream(int in, int out, bool encrypt) {
+// Streams `in` through the byte step into `out`; 0 or the errno of a read
+// or write error.
+int TransformStream(int in, int out, bool encrypt) {
   std::vector<unsigned char> buffer(kChunk);
   uint64_t offset = 0;
   auto lastYield = std::chrono::steady_clock::now();
   for (;;) {
     const ssize_t n = read(in, buffer.data(), buffer.size());
     if (n < 0 && errno == EINTR) continue;
-    if (n < 0) return false;
-    if (n == 0) return true;
+    if (n < 0) return errno;
+    if (n == 0) return 0;
     // The step is counted from the file's first byte, across chunk borders.
-    ostrel::ApplyByteStep(buffer.data(), static_cast<size_t>(n), offset & 1, encrypt);
-    if (!WriteAll(out, buffer.data(), static_cast<size_t>(n))) return false;
+    ApplyByteStep(buffer.data(), static_cast<size_t>(n), offset & 1, encrypt);
+    if (const int error = WriteAll(out, buffer.data(), static_cast<size_t>(n))) return error;
     offset += static_cast<uint64_t>(n);
     // A large payload takes seconds: let the window breathe now and then.
     const auto now = std::chrono::steady_clock::now();
@@ -56,29 +61,44 @@ bool TransformStream(int in, int out, bool encrypt) {
 
 }  // namespace
 
-void EncryptDecryptFileEnd(const std::string& path, bool encrypt) {
-  if (path.empty() || path[0] != '/') return;  // a relative path names no item
+int RewriteThroughByteStep(const std::string& path, bool encrypt) {
+  if (path.empty() || path[0] != '/') return -1;  // a relative path names no item
   const int in = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (in < 0) return;  // a missing file: nothing to do
+  if (in < 0) return -1;  // a missing file: nothing to do
   struct stat st;
   if (fstat(in, &st) != 0 || !S_ISREG(st.st_mode)) {
     close(in);
-    return;
+    return -1;
   }
   const mode_t mode = st.st_mode & 07777;
   std::string temp;
   const int out = fw::CreateSiblingTemp(path, temp, mode);
   if (out < 0) {
+    const int error = errno;
     close(in);
-    return;
+    return error;
   }
-  bool ok = TransformStream(in, out, encrypt);
+  int error = TransformStream(in, out, encrypt);
   close(in);
   // The creation mode went through the umask; give back the original's own.
-  if (fchmod(out, mode) != 0) ok = false;
-  if (close(out) != 0) ok = false;
-  if (ok && rename(temp.c_str(), path.c_str()) == 0) return;
-  unlink(temp.c_str());
+  if (fchmod(out, mode) != 0 && !error) error = errno;
+  if (close(out) != 0 && !error) error = errno;
+  if (!error && rename(temp.c_str(), path.c_str()) != 0) error = errno;
+  if (error) unlink(temp.c_str());
+  return error;
+}
+
+}  // namespace ostrel
+
+namespace ViewConst {
+
+void EncryptDecryptFileEnd(const std::string& path, bool encrypt) {
+  const int error = ostrel::RewriteThroughByteStep(path, encrypt);
+  if (error <= 0) return;
+  // The file is as it was. Said here, since what comes next (an expansion,
+  // mostly) could only say that it makes no sense of the file.
+  fw::MsgBox("The file " + path.substr(path.rfind('/') + 1) + " could not be " +
+             (encrypt ? "scrambled" : "unscrambled") + ": " + std::strerror(error) + ".");
 }
 
 }  // namespace ViewConst

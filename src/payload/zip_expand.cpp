@@ -8,6 +8,7 @@
 #include <stdlib.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -35,8 +36,12 @@ std::string Damaged(archive* a) {
 }
 
 std::string WriteFailed(const std::string& path, archive* out) {
-  const char* message = archive_error_string(out);
-  return "\"" + path + "\" could not be written" + (message ? std::string(" (") + message + ")" : std::string());
+  std::string why = archive_error_string(out) ? archive_error_string(out) : "";
+  // The writer's own words ("Write failed") do not say what the system
+  // refused: a full volume should read as one.
+  if (const int e = archive_errno(out); e > 0 && why.find(std::strerror(e)) == std::string::npos)
+    why += (why.empty() ? "" : ": ") + std::string(std::strerror(e));
+  return "\"" + path + "\" could not be written" + (why.empty() ? std::string() : " (" + why + ")");
 }
 
 Reader OpenReader(const std::string& path, std::string& why) {
@@ -109,17 +114,27 @@ std::string Survey(const std::string& archivePath, int64_t& total) {
   }
 }
 
-std::string CopyContent(archive* in, archive* out, const std::string& path, ExpandProgress& progress) {
+std::string CopyContent(archive* in, archive* out, archive_entry* e, const std::string& path,
+                        ExpandProgress& progress) {
+  int64_t end = 0;
   for (;;) {
     const void* block = nullptr;
     size_t size = 0;
     la_int64_t offset = 0;
     const int r = archive_read_data_block(in, &block, &size, &offset);
-    if (r == ARCHIVE_EOF) return {};
+    if (r == ARCHIVE_EOF) break;
     if (r != ARCHIVE_OK) return Damaged(in);  // a bad checksum comes as a warning
     if (archive_write_data_block(out, block, size, offset) != ARCHIVE_OK) return WriteFailed(path, out);
+    end = std::max<int64_t>(end, offset + static_cast<int64_t>(size));
     progress.done += static_cast<int64_t>(size);
   }
+  // The writer fills a file up to its recorded size: content that ends
+  // early (a directory that lies, with a checksum to match nothing) would
+  // pass as whole, padded with zeros.
+  if (!archive_entry_size_is_set(e) || end == archive_entry_size(e)) return {};
+  const int64_t recorded = archive_entry_size(e);
+  return "it is damaged or not a zip archive (\"" + path + "\" holds " + (end < recorded ? "less" : "more") +
+         " than its recorded " + std::to_string(recorded) + " bytes)";
 }
 
 // Second pass, below the working folder: the entries are written under
@@ -144,7 +159,7 @@ std::string Extract(const std::string& archivePath, ExpandProgress& progress, Li
     archive_entry_set_perm(e, archive_entry_perm(e) & 0777);  // no setuid, setgid or sticky bit
     if (archive_write_header(out.get(), e) < ARCHIVE_WARN) return WriteFailed(path, out.get());
     if (archive_entry_filetype(e) == AE_IFREG) {
-      why = CopyContent(in.get(), out.get(), path, progress);
+      why = CopyContent(in.get(), out.get(), e, path, progress);
       if (!why.empty()) return why;
     }
     if (archive_write_finish_entry(out.get()) < ARCHIVE_WARN) return WriteFailed(path, out.get());

@@ -86,7 +86,7 @@ bool ForbidNewProcesses() {
 
 }  // namespace
 
-ChildEnd RunInChild(const ChildLimits& limits, const std::function<int()>& body) {
+pid_t StartChild(const ChildLimits& limits, const std::function<int()>& body) {
   const pid_t pid = fork();
   if (pid == 0) {
     if (limits.noPermissionOverride && !DropPermissionOverride()) _exit(97);
@@ -98,9 +98,17 @@ ChildEnd RunInChild(const ChildLimits& limits, const std::function<int()>& body)
     }
     _exit(code);
   }
+  return pid;
+}
+
+ChildEnd WaitForChild(pid_t pid) {
   ChildEnd end;
   int status = 0;
-  if (pid < 0 || waitpid(pid, &status, 0) != pid) return end;
+  if (pid <= 0) return end;
+  pid_t got;
+  while ((got = waitpid(pid, &status, 0)) < 0 && errno == EINTR) {
+  }
+  if (got != pid) return end;
   if (WIFEXITED(status)) {
     end.exited = true;
     end.code = WEXITSTATUS(status);
@@ -108,6 +116,10 @@ ChildEnd RunInChild(const ChildLimits& limits, const std::function<int()>& body)
     end.signal = WTERMSIG(status);
   }
   return end;
+}
+
+ChildEnd RunInChild(const ChildLimits& limits, const std::function<int()>& body) {
+  return WaitForChild(StartChild(limits, body));
 }
 
 }  // namespace ostrel::test

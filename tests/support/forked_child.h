@@ -2,6 +2,8 @@
 // test process itself must not take on, and tells how the child ended.
 #pragma once
 
+#include <sys/types.h>
+
 #include <functional>
 
 namespace ostrel::test {
@@ -23,5 +25,10 @@ struct ChildLimits {
 
 // `body` answers the child's exit code; an exception exits with 99.
 ChildEnd RunInChild(const ChildLimits& limits, const std::function<int()>& body);
+
+// The same in two halves, for a test that acts on the child while it runs
+// (stops or kills it): the child's id, or -1, and later how it ended.
+pid_t StartChild(const ChildLimits& limits, const std::function<int()>& body);
+ChildEnd WaitForChild(pid_t pid);
 
 }  // namespace ostrel::test

@@ -5,6 +5,7 @@
 
 #include <sys/stat.h>
 
+#include <cstring>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
@@ -66,13 +67,10 @@ std::string GeneratePayload(const SetupDescription& d, const fs::path& out) {
 }
 
 void ScramblePayload(const fs::path& data2) {
-  ViewConst::EncryptDecryptFileEnd(data2.string(), true);
-  // The scrambler reports nothing; the zip's "PK" shows whether it ran.
-  std::ifstream in(data2, std::ios::binary);
-  char head[2] = {};
-  in.read(head, 2);
-  if (in.gcount() == 2 && head[0] == 'P' && head[1] == 'K')
-    throw std::runtime_error("the payload archive could not be scrambled: " + data2.string());
+  const int error = ostrel::RewriteThroughByteStep(data2.string(), true);
+  if (error != 0)
+    throw std::runtime_error("the payload archive could not be scrambled: " + data2.string() +
+                             (error > 0 ? std::string(" (") + std::strerror(error) + ")" : std::string()));
 }
 
 }  // namespace

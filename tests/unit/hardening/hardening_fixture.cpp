@@ -9,6 +9,7 @@
 #include <zlib.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <fstream>
 #include <sstream>
@@ -88,6 +89,18 @@ Snapshot TakeSnapshot(const std::string& root, const std::vector<std::string>& s
   return s;
 }
 
+std::string SnapshotDiff(const Snapshot& was, const Snapshot& now) {
+  std::string diff;
+  for (const auto& [path, what] : now) {
+    auto before = was.find(path);
+    if (before == was.end()) diff += "  new: " + path + " (" + what + ")\n";
+    else if (before->second != what) diff += "  changed: " + path + " (" + before->second + " -> " + what + ")\n";
+  }
+  for (const auto& [path, what] : was)
+    if (!now.count(path)) diff += "  gone: " + path + "\n";
+  return diff;
+}
+
 const char* RouteName(Route r) { return r == Route::ZipFileToFolder ? "ZipFileToFolder" : "opener"; }
 
 void HardeningTest::SetUp() {
@@ -113,6 +126,7 @@ Outcome HardeningTest::Expand(const std::string& zipBytes, Route route) {
   if (route == Route::ZipFileToFolder) {
     WriteFile(At("archives/hostile.zip"), zipBytes);
     outcome.ok = ViewConst::ZipFileToFolder(At("archives/hostile.zip"), Dest(), false);
+    outcome.archiveUnchanged = ReadFile(At("archives/hostile.zip")) == zipBytes;
     fs::remove(At("archives/hostile.zip"));
     return outcome;
   }
@@ -125,6 +139,7 @@ Outcome HardeningTest::Expand(const std::string& zipBytes, Route route) {
   window.ZipFileProcess(archive, fw::FolderItem(archive));
   if (ui.messages.size() > told) outcome.message = ui.messages.back();
   outcome.ok = outcome.message.empty();
+  outcome.archiveUnchanged = ReadFile(archive) == zipBytes;
   unlink(archive.c_str());
   return outcome;
 }
@@ -132,15 +147,7 @@ Outcome HardeningTest::Expand(const std::string& zipBytes, Route route) {
 bool HardeningTest::OutsideUnchanged(const std::string& context) {
   const Snapshot now = TakeSnapshot(root, {"parent/App"});
   if (now == outside_) return true;
-  std::string diff;
-  for (const auto& [path, what] : now) {
-    auto was = outside_.find(path);
-    if (was == outside_.end()) diff += "  new: " + path + " (" + what + ")\n";
-    else if (was->second != what) diff += "  changed: " + path + " (" + was->second + " -> " + what + ")\n";
-  }
-  for (const auto& [path, what] : outside_)
-    if (!now.count(path)) diff += "  gone: " + path + "\n";
-  ADD_FAILURE() << "outside the destination " << context << ":\n" << diff;
+  ADD_FAILURE() << "outside the destination " << context << ":\n" << SnapshotDiff(outside_, now);
   return false;
 }
 
@@ -179,23 +186,36 @@ void HardeningTest::ClearDest() {
   fs::create_directories(Dest());
 }
 
-std::string RunBounded(int seconds, long megabytes, const std::function<bool()>& body) {
+std::string RunBounded(int seconds, long megabytes, const std::function<std::string()>& body) {
+  int told[2];
+  if (pipe(told) != 0) return "no pipe for the child";
   const pid_t pid = fork();
   if (pid == 0) {
+    close(told[0]);
     alarm(static_cast<unsigned>(seconds));
     // Resets the peak so that only this body's growth counts.
     std::ofstream("/proc/self/clear_refs") << "5";
     const long before = MemoryKb("VmRSS:");
-    bool ok = false;
+    std::string why;
     try {
-      ok = body();
+      why = body();
     } catch (...) {
       _exit(3);
     }
     const long peak = MemoryKb("VmHWM:");
     if (before >= 0 && peak - before > megabytes * 1024) _exit(2);
-    _exit(ok ? 0 : 1);
+    if (why.empty()) _exit(0);
+    // Far less than a pipe holds: the write cannot block.
+    [[maybe_unused]] const ssize_t n = write(told[1], why.data(), std::min<size_t>(why.size(), 4096));
+    _exit(1);
   }
+  close(told[1]);
+  std::string why;
+  char buffer[4096];
+  for (ssize_t n; pid > 0 && (n = read(told[0], buffer, sizeof buffer)) != 0;)
+    if (n > 0) why.append(buffer, static_cast<size_t>(n));
+    else if (errno != EINTR) break;
+  close(told[0]);
   int status = 0;
   if (pid < 0 || waitpid(pid, &status, 0) != pid) return "the child could not be run";
   if (WIFSIGNALED(status))
@@ -205,7 +225,7 @@ std::string RunBounded(int seconds, long megabytes, const std::function<bool()>&
     case 0:
       return {};
     case 1:
-      return "its result was wrong";
+      return "its result was wrong: " + why;
     case 2:
       return "its memory grew past " + std::to_string(megabytes) + " MB";
     case 3:

@@ -19,6 +19,8 @@ namespace ostrel::test {
 // `skip` (relative, with their subtrees) are left out.
 using Snapshot = std::map<std::string, std::string>;
 Snapshot TakeSnapshot(const std::string& root, const std::vector<std::string>& skip = {});
+// What differs between two snapshots, a line for each path; empty when none.
+std::string SnapshotDiff(const Snapshot& was, const Snapshot& now);
 
 // The two public ways an archive gets expanded: synchronously into a
 // folder, and by launching it for the in-process opener, which expands it
@@ -29,6 +31,7 @@ const char* RouteName(Route r);
 struct Outcome {
   bool ok = false;
   std::string message;  // what the user was told, if anything
+  bool archiveUnchanged = false;  // the archive's bytes were as written when it was done
 };
 
 class HardeningTest : public SandboxTest {
@@ -60,8 +63,10 @@ class HardeningTest : public SandboxTest {
 };
 
 // Runs `body` in a forked child that the alarm kills after `seconds`, and
-// whose resident memory may grow by `megabytes` at most. Answers an empty
-// text when the body answered true within both bounds, else what went wrong.
-std::string RunBounded(int seconds, long megabytes, const std::function<bool()>& body);
+// whose resident memory may grow by `megabytes` at most. The body answers
+// an empty text when all went well, else what went wrong (the first 4 KiB
+// reach the caller). Answers an empty text when the body did so within
+// both bounds, else what went wrong.
+std::string RunBounded(int seconds, long megabytes, const std::function<std::string()>& body);
 
 }  // namespace ostrel::test

@@ -1,0 +1,83 @@
+// What the fault tests share: small volumes that run out of room on
+// purpose, seeded damage of a file's bytes, and a main window ready to
+// install from a sandbox bundle.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstddef>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "core/ostrel_stub_window.h"
+
+namespace ostrel::test {
+
+// Tmpfs volumes mounted inside a sandbox. Mounting needs privilege; where
+// it is not permitted the test skips rather than fails.
+class SmallVolumes {
+ public:
+  ~SmallVolumes() { UnmountAll(); }
+  // Mounts a tmpfs of `kib` KiB at `dir`, which is created. 0 or the errno
+  // of the failure.
+  int Mount(const std::string& dir, size_t kib);
+  void UnmountAll();
+
+ private:
+  std::vector<std::string> mounted_;
+};
+
+// Adds small volumes to a sandbox fixture; they are gone before the
+// sandbox is removed, whatever the test did.
+template <class Base>
+class WithSmallVolumes : public Base {
+ protected:
+  void TearDown() override {
+    volumes_.UnmountAll();
+    Base::TearDown();
+  }
+  // False when the test cannot go on: skipped where mounting is not
+  // permitted, failed on any other error.
+  bool Mounted(const std::string& dir, size_t kib) {
+    const int e = volumes_.Mount(dir, kib);
+    if (e == EPERM || e == EACCES)
+      [&] { GTEST_SKIP() << "mounting a tmpfs is not permitted here: " << std::strerror(e); }();
+    else if (e != 0)
+      ADD_FAILURE() << "a tmpfs could not be mounted at " << dir << ": " << std::strerror(e);
+    return e == 0;
+  }
+
+ private:
+  SmallVolumes volumes_;
+};
+
+// One damaged copy of a file's bytes, and how it was damaged.
+struct Variant {
+  std::string bytes;
+  std::string what;
+};
+// The file cut at each length given that is shorter than the file.
+std::vector<Variant> Truncations(const std::string& good, const std::vector<size_t>& lengths);
+// Lengths all along a file of `size` bytes, in `steps` even steps, and the
+// very shortest and longest cuts.
+std::vector<size_t> SpreadLengths(size_t size, size_t steps);
+// `count` copies with 1 to `most` bytes each replaced by random ones, from
+// a fixed seed. Half the copies take their bytes from [focus, end) only,
+// where a format keeps its most telling structures.
+std::vector<Variant> RandomDamage(const std::string& good, unsigned seed, int count, int most, size_t focus = 0);
+
+// The first offset of `needle` in the clear (unscrambled) bytes, or npos.
+size_t FindInScrambled(const std::string& scrambled, const std::string& needle);
+
+// A main window that has read the record of the bundle the platform's
+// executable lies in, ready for ExpandFolder: no question before
+// replacing, no after-program.
+std::unique_ptr<OstrelStubWindow> ReadyToInstall();
+
+// Reads a whole file at once, large ones too; empty when it cannot be read.
+std::string Slurp(const std::string& path);
+
+}  // namespace ostrel::test
