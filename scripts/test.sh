@@ -8,5 +8,7 @@ here="$(cd "$(dirname "$0")/.." && pwd)"
 build="${OSTREL_BUILD_DIR:-$here/build}"
 "$here/scripts/build.sh" "$@"
 export QT_QPA_PLATFORM_PLUGIN_PATH="${QT_QPA_PLATFORM_PLUGIN_PATH:-}"
+# Under the sanitizers: leaks that system libraries keep on purpose.
+export LSAN_OPTIONS="suppressions=$here/tests/lsan.supp:print_suppressions=0${LSAN_OPTIONS:+:$LSAN_OPTIONS}"
 cd "$build"
 ctest --output-on-failure -j2 --timeout 600
