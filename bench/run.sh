@@ -66,23 +66,26 @@ rm -f "$s/big.dd"
 fresh "$s/x"; "$bench" expand "$s/payload.zip" "$s/x"
 fresh "$s/x"; unzip -q "$s/payload.zip" -d "$s/x"
 
-for run in $(seq "$runs"); do
-  echo "Run $run of $runs" >&2
-  # Expansion of the payload archive, and the floor: copying the tree.
-  fresh "$s/x"; timed expand-ours "$bench" expand "$s/payload.zip" "$s/x"
+# Each piece of work, ours and the peers'; odd runs take ours first, even runs
+# last, so that neither side always meets the memory the other just freed.
+expand_ours() { fresh "$s/x"; timed expand-ours "$bench" expand "$s/payload.zip" "$s/x"; }
+expand_peers() {
   fresh "$s/x"; timed expand-unzip unzip -q "$s/payload.zip" -d "$s/x"
   fresh "$s/x"; timed expand-bsdtar bsdtar -xf "$s/payload.zip" -C "$s/x"
   fresh "$s/x"; timed expand-cp cp -r "$s/src/Corpus" "$s/x/"
-  # Unscrambling the 1 GiB file in place, against copying it.
-  timed unscramble-ours "$bench" unscramble "$s/big"
-  timed unscramble-dd dd if="$s/big" of="$s/big.dd" bs=1M status=none
-  rm -f "$s/big.dd"
-  # Removal of the expanded tree.
-  fresh "$s/x"; cp -a "$s/src/Corpus" "$s/x/"; timed delete-ours "$bench" delete "$s/x/Corpus"
-  fresh "$s/x"; cp -a "$s/src/Corpus" "$s/x/"; timed delete-rm rm -rf "$s/x/Corpus"
-  # A copy of the tree.
-  fresh "$s/x"; timed copy-ours "$bench" copy "$s/src/Corpus" "$s/x/Corpus"
-  fresh "$s/x"; timed copy-cp cp -a "$s/src/Corpus" "$s/x/Corpus"
+}
+unscramble_ours() { timed unscramble-ours "$bench" unscramble "$s/big"; }
+unscramble_peers() { timed unscramble-dd dd if="$s/big" of="$s/big.dd" bs=1M status=none; rm -f "$s/big.dd"; }
+delete_ours() { fresh "$s/x"; cp -a "$s/src/Corpus" "$s/x/"; timed delete-ours "$bench" delete "$s/x/Corpus"; }
+delete_peers() { fresh "$s/x"; cp -a "$s/src/Corpus" "$s/x/"; timed delete-rm rm -rf "$s/x/Corpus"; }
+copy_ours() { fresh "$s/x"; timed copy-ours "$bench" copy "$s/src/Corpus" "$s/x/Corpus"; }
+copy_peers() { fresh "$s/x"; timed copy-cp cp -a "$s/src/Corpus" "$s/x/Corpus"; }
+
+for run in $(seq "$runs"); do
+  echo "Run $run of $runs" >&2
+  for work in expand unscramble delete copy; do
+    if [ $((run % 2)) -eq 1 ]; then "${work}_ours"; "${work}_peers"; else "${work}_peers"; "${work}_ours"; fi
+  done
 done
 rm -rf "$s/x"
 
