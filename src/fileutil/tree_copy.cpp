@@ -25,6 +25,7 @@
 #include "dialogs/globals_kv.h"
 #include "fileutil/tree_listing.h"
 #include "fileutil/view_const.h"
+#include "framework/file_copy.h"
 
 namespace ViewConst {
 namespace {
@@ -63,31 +64,7 @@ bool CopyOne(const FileJob& job, mode_t mask, std::vector<char>& buffer) {
   const int to = job.folders->to;
   const int out = openat(to, temp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode);
   if (out < 0) return close(in), false;
-  bool ok = true;
-  off_t left = st.st_size;
-  while (left > 0) {
-    const ssize_t n = copy_file_range(in, nullptr, out, nullptr, static_cast<size_t>(left), 0);
-    if (n > 0) {
-      left -= n;
-    } else if (n < 0 && errno == EINTR) {
-      continue;
-    } else {
-      ok = n == 0 || errno == EXDEV || errno == ENOSYS || errno == EOPNOTSUPP || errno == EINVAL;
-      break;
-    }
-  }
-  // Where the kernel cannot copy: by hand.
-  for (ssize_t n; ok && left > 0 && (n = read(in, buffer.data(), buffer.size())) != 0;) {
-    if (n < 0 && errno == EINTR) continue;
-    ok = n > 0;
-    for (ssize_t done = 0; ok && done < n;) {
-      const ssize_t w = write(out, buffer.data() + done, static_cast<size_t>(n - done));
-      if (w < 0 && errno == EINTR) continue;
-      ok = w > 0;
-      done += w;
-      left -= w;
-    }
-  }
+  bool ok = fw::CopyContent(in, out, st.st_size, buffer) == 0;
   close(in);
   // The creation mode went through the umask; only then is it set again.
   if (ok && ((mode & mask) != 0 || (mode & 07000) != 0)) ok = fchmod(out, mode) == 0;

@@ -11,14 +11,13 @@
 #include <condition_variable>
 #include <memory>
 #include <mutex>
-#include <system_error>
-#include <thread>
 #include <vector>
 
 #include "dialogs/globals_kv.h"
 #include "fileutil/full_access.h"
 #include "fileutil/tree_listing.h"
 #include "fileutil/view_const.h"
+#include "framework/two_threads.h"
 
 namespace ViewConst {
 namespace {
@@ -41,14 +40,7 @@ class Remover {
   }
 
   void Run() {
-    std::thread helper;
-    try {
-      helper = std::thread([this] { Work(); });
-    } catch (const std::system_error&) {
-      // One thread does it all.
-    }
-    Work();
-    if (helper.joinable()) helper.join();
+    fw::RunOnTwoThreads([this] { Work(); });
   }
 
  private:

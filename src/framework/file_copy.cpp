@@ -10,6 +10,45 @@
 
 namespace fw {
 
+int WriteAll(int fd, const void* data, size_t size) {
+  const char* p = static_cast<const char*>(data);
+  while (size > 0) {
+    const ssize_t n = write(fd, p, size);
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0) return errno;
+    if (n == 0) return EIO;
+    p += n;
+    size -= static_cast<size_t>(n);
+  }
+  return 0;
+}
+
+int CopyContent(int in, int out, off_t size, std::vector<char>& buffer) {
+  off_t left = size;
+  // The kernel copies without a trip through user space where it can.
+  while (left > 0) {
+    const ssize_t n = copy_file_range(in, nullptr, out, nullptr, static_cast<size_t>(left), 0);
+    if (n > 0) {
+      left -= n;
+      continue;
+    }
+    if (n == 0) break;
+    if (errno == EINTR) continue;
+    if (errno == EXDEV || errno == ENOSYS || errno == EOPNOTSUPP || errno == EINVAL) break;
+    return errno;
+  }
+  // Where it cannot: by hand.
+  while (left > 0) {
+    const ssize_t n = read(in, buffer.data(), buffer.size());
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0) return errno;
+    if (n == 0) return 0;
+    if (const int e = WriteAll(out, buffer.data(), static_cast<size_t>(n))) return e;
+    left -= n;
+  }
+  return 0;
+}
+
 int CreateSiblingTemp(const std::string& finalPath, std::string& tempPath, mode_t mode) {
   static std::atomic<unsigned> counter{0};
   for (int attempt = 0; attempt < 100; ++attempt) {
@@ -48,37 +87,8 @@ int CopyRegularFile(const std::string& source, const std::string& destination) {
     close(in);
     return e;
   }
-  int err = 0;
-  off_t left = st.st_size;
-  // The kernel copies without a trip through user space where it can.
-  while (left > 0) {
-    const ssize_t n = copy_file_range(in, nullptr, out, nullptr, static_cast<size_t>(left), 0);
-    if (n > 0) {
-      left -= n;
-      continue;
-    }
-    if (n == 0) break;
-    if (errno == EINTR) continue;
-    if (errno == EXDEV || errno == ENOSYS || errno == EOPNOTSUPP || errno == EINVAL) break;
-    err = errno;
-    break;
-  }
-  if (!err && left > 0) {
-    std::vector<char> buf(1 << 20);
-    for (;;) {
-      const ssize_t n = read(in, buf.data(), buf.size());
-      if (n < 0 && errno == EINTR) continue;
-      if (n < 0) { err = errno; break; }
-      if (n == 0) break;
-      for (ssize_t done = 0; done < n;) {
-        const ssize_t w = write(out, buf.data() + done, static_cast<size_t>(n - done));
-        if (w < 0 && errno == EINTR) continue;
-        if (w < 0) { err = errno; break; }
-        done += w;
-      }
-      if (err) break;
-    }
-  }
+  std::vector<char> buffer(1 << 20);
+  int err = CopyContent(in, out, st.st_size, buffer);
   close(in);
   if (fchmod(out, st.st_mode & 07777) != 0 && !err) err = errno;
   if (close(out) != 0 && !err) err = errno;

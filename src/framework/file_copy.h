@@ -3,7 +3,11 @@
 // complete. Answers 0 or the errno of the failure.
 #pragma once
 
+#include <sys/types.h>
+
+#include <cstddef>
 #include <string>
+#include <vector>
 
 namespace fw {
 
@@ -12,5 +16,13 @@ int CopyRegularFile(const std::string& source, const std::string& destination);
 // Creates a new file with a unique name beside `finalPath` for writing.
 // Answers the descriptor (or -1, with errno set) and the name chosen.
 int CreateSiblingTemp(const std::string& finalPath, std::string& tempPath, mode_t mode = 0644);
+
+// Writes all of `data`, going on after interruptions; 0 or the errno of the
+// failure (EIO when the system writes nothing).
+int WriteAll(int fd, const void* data, size_t size);
+
+// Copies `size` bytes from the current offset of `in` to `out`: by the
+// kernel where it can, else through `buffer`. 0 or the errno of the failure.
+int CopyContent(int in, int out, off_t size, std::vector<char>& buffer);
 
 }  // namespace fw

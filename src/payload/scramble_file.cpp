@@ -22,19 +22,6 @@ namespace {
 
 constexpr size_t kChunk = size_t(1) << 20;
 
-// 0 or the errno of the failure.
-int WriteAll(int fd, const unsigned char* data, size_t size) {
-  while (size > 0) {
-    const ssize_t n = write(fd, data, size);
-    if (n < 0 && errno == EINTR) continue;
-    if (n < 0) return errno;
-    if (n == 0) return EIO;
-    data += n;
-    size -= static_cast<size_t>(n);
-  }
-  return 0;
-}
-
 // Streams `in` through the byte step into `out`; 0 or the errno of a read
 // or write error.
 int TransformStream(int in, int out, bool encrypt) {
@@ -48,7 +35,7 @@ int TransformStream(int in, int out, bool encrypt) {
     if (n == 0) return 0;
     // The step is counted from the file's first byte, across chunk borders.
     ApplyByteStep(buffer.data(), static_cast<size_t>(n), offset & 1, encrypt);
-    if (const int error = WriteAll(out, buffer.data(), static_cast<size_t>(n))) return error;
+    if (const int error = fw::WriteAll(out, buffer.data(), static_cast<size_t>(n))) return error;
     offset += static_cast<uint64_t>(n);
     // A large payload takes seconds: let the window breathe now and then.
     const auto now = std::chrono::steady_clock::now();

@@ -1,5 +1,7 @@
 #include "payload/zip_entry_content.h"
 
+#include "framework/file_copy.h"
+
 #include <libdeflate.h>
 #include <unistd.h>
 #include <zlib.h>
@@ -16,19 +18,6 @@ std::string Damaged(const std::string& detail) { return "it is damaged or not a 
 
 std::string WriteFailed(const FastFile& f, int error) {
   return "\"" + f.path + "\" could not be written (" + std::strerror(error) + ")";
-}
-
-// Writes everything; 0 or the errno of the failure.
-int WriteAll(int fd, const unsigned char* p, size_t n) {
-  while (n > 0) {
-    const ssize_t w = write(fd, p, n);
-    if (w < 0 && errno == EINTR) continue;
-    if (w < 0) return errno;
-    if (w == 0) return EIO;
-    p += w;
-    n -= static_cast<size_t>(w);
-  }
-  return 0;
 }
 
 std::string SizeLies(const FastFile& f, bool more) {
@@ -73,7 +62,7 @@ const unsigned char* EntryContent::Mapped(const FastFile& f) const {
 std::string EntryContent::Stored(const FastFile& f, int out, std::atomic<int64_t>& done) {
   if (const unsigned char* data = Mapped(f)) {
     if (static_cast<uint32_t>(libdeflate_crc32(0, data, static_cast<size_t>(f.size))) != f.crc) return ChecksumWrong(f);
-    if (const int e = WriteAll(out, data, static_cast<size_t>(f.size))) return WriteFailed(f, e);
+    if (const int e = fw::WriteAll(out, data, static_cast<size_t>(f.size))) return WriteFailed(f, e);
     done += static_cast<int64_t>(f.size);
     return {};
   }
@@ -83,7 +72,7 @@ std::string EntryContent::Stored(const FastFile& f, int out, std::atomic<int64_t
     const size_t n = static_cast<size_t>(std::min<uint64_t>(f.size - at, kChunk));
     if (!ReadAt(archive_, f.dataOffset + at, buf, n)) return Unreadable(f);
     crc = static_cast<uint32_t>(libdeflate_crc32(crc, buf, n));
-    if (const int e = WriteAll(out, buf, n)) return WriteFailed(f, e);
+    if (const int e = fw::WriteAll(out, buf, n)) return WriteFailed(f, e);
     at += n;
     done += static_cast<int64_t>(n);
   }
@@ -112,7 +101,7 @@ std::string EntryContent::Whole(const FastFile& f, int out, std::atomic<int64_t>
   }
   if (got != f.size) return SizeLies(f, false);
   if (static_cast<uint32_t>(libdeflate_crc32(0, result, got)) != f.crc) return ChecksumWrong(f);
-  if (const int e = WriteAll(out, result, got)) return WriteFailed(f, e);
+  if (const int e = fw::WriteAll(out, result, got)) return WriteFailed(f, e);
   done += static_cast<int64_t>(got);
   return {};
 }
@@ -144,7 +133,7 @@ std::string EntryContent::Streamed(const FastFile& f, int out, std::atomic<int64
       if (have > f.size - produced) return SizeLies(f, true);
       produced += have;
       crc = static_cast<uint32_t>(libdeflate_crc32(crc, piece, have));
-      if (const int e = WriteAll(out, piece, have)) return WriteFailed(f, e);
+      if (const int e = fw::WriteAll(out, piece, have)) return WriteFailed(f, e);
       done += static_cast<int64_t>(have);
     }
     if (rc == Z_STREAM_END) break;

@@ -6,13 +6,13 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <fstream>
 #include <mutex>
-#include <system_error>
-#include <thread>
 
+#include "framework/two_threads.h"
 #include "payload/zip_directory.h"
 #include "payload/zip_entry_content.h"
 #include "payload/zip_folder_walker.h"
@@ -113,14 +113,7 @@ class FastExpansion {
   std::string Run() {
     if (!MakeFolders()) return error_;
     PlanBatches();
-    std::thread helper;
-    try {
-      helper = std::thread([this] { Work(); });
-    } catch (const std::system_error&) {
-      // No second thread to be had: this one does it all.
-    }
-    Work();
-    if (helper.joinable()) helper.join();
+    fw::RunOnTwoThreads([this] { Work(); });
     if (stop_) return error_;
     FinishFolders();
     return error_;

@@ -186,6 +186,18 @@ void HardeningTest::ClearDest() {
   fs::create_directories(Dest());
 }
 
+void HardeningTest::ExpectEachRefused(const std::vector<std::vector<RawEntry>>& archives) {
+  for (const Route route : {Route::ZipFileToFolder, Route::Opener}) {
+    for (size_t i = 0; i < archives.size(); ++i) {
+      SCOPED_TRACE(std::string(RouteName(route)) + ", archive " + std::to_string(i));
+      EXPECT_FALSE(Expand(BuildRawZip(archives[i]), route).ok);
+      EXPECT_TRUE(OutsideUnchanged());
+      EXPECT_TRUE(DestHoldsOnlySafeItems());
+      ClearDest();
+    }
+  }
+}
+
 std::string RunBounded(int seconds, long megabytes, const std::function<std::string()>& body) {
   int told[2];
   if (pipe(told) != 0) return "no pipe for the child";

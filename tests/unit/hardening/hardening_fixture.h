@@ -9,7 +9,9 @@
 #include <functional>
 #include <map>
 #include <string>
+#include <vector>
 
+#include "raw_zip.h"
 #include "support/sandbox.h"
 
 namespace ostrel::test {
@@ -57,6 +59,10 @@ class HardeningTest : public SandboxTest {
 
   // Empties Dest() whatever it holds, deep trees included.
   void ClearDest();
+
+  // Each archive, by both routes, is refused with nothing changed outside
+  // Dest() and nothing unsafe left in it.
+  void ExpectEachRefused(const std::vector<std::vector<RawEntry>>& archives);
 
  private:
   Snapshot outside_;

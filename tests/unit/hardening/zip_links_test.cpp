@@ -35,15 +35,7 @@ TEST_F(HardeningZipLinks, NothingIsWrittenThroughALinkThatLeadsOut) {
       // A link to a folder inside, then a link through it, then a file.
       {Folder("in/"), Link("in/up", ".."), Link("up2", "in/up/.."), File("up2/AppEvil/keep.txt", "overwritten")},
   };
-  for (const Route route : kRoutes) {
-    for (size_t i = 0; i < archives.size(); ++i) {
-      SCOPED_TRACE(std::string(RouteName(route)) + ", archive " + std::to_string(i));
-      EXPECT_FALSE(Expand(BuildRawZip(archives[i]), route).ok);
-      EXPECT_TRUE(OutsideUnchanged());
-      EXPECT_TRUE(DestHoldsOnlySafeItems());
-      ClearDest();
-    }
-  }
+  ExpectEachRefused(archives);
 }
 
 TEST_F(HardeningZipLinks, AFolderAndALinkOfTheSameNameNeverLeadOut) {
