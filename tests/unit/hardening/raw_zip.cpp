@@ -10,6 +10,20 @@ namespace {
 constexpr uint16_t kDosTime = 0x6000;  // 12:00:00
 constexpr uint16_t kDosDate = 0x5821;  // 2024-01-01
 
+
+void PutEnd(std::string& out, uint64_t entries, uint64_t directorySize, uint64_t directoryOffset) {
+  Put32(out, 0x06054b50);
+  Put16(out, 0);
+  Put16(out, 0);
+  Put16(out, static_cast<uint32_t>(entries));
+  Put16(out, static_cast<uint32_t>(entries));
+  Put32(out, static_cast<uint32_t>(directorySize));
+  Put32(out, static_cast<uint32_t>(directoryOffset));
+  Put16(out, 0);
+}
+
+}  // namespace
+
 void Put16(std::string& out, uint32_t v) {
   out += static_cast<char>(v & 0xFF);
   out += static_cast<char>((v >> 8) & 0xFF);
@@ -26,19 +40,6 @@ void Put64(std::string& out, uint64_t v) {
 uint32_t Crc(const std::string& data) {
   return static_cast<uint32_t>(crc32(0, reinterpret_cast<const Bytef*>(data.data()), static_cast<uInt>(data.size())));
 }
-
-void PutEnd(std::string& out, uint64_t entries, uint64_t directorySize, uint64_t directoryOffset) {
-  Put32(out, 0x06054b50);
-  Put16(out, 0);
-  Put16(out, 0);
-  Put16(out, static_cast<uint32_t>(entries));
-  Put16(out, static_cast<uint32_t>(entries));
-  Put32(out, static_cast<uint32_t>(directorySize));
-  Put32(out, static_cast<uint32_t>(directoryOffset));
-  Put16(out, 0);
-}
-
-}  // namespace
 
 RawEntry File(std::string name, std::string content, uint32_t mode) {
   RawEntry e;

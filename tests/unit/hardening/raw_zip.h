@@ -44,4 +44,10 @@ std::string BuildZipClaimingEntries(uint64_t claimed, bool spanned);
 // Deflates `data` (raw deflate, as zip stores it).
 std::string Deflate(const std::string& data);
 
+// Little-endian fields as zip stores them, and the CRC-32 of a content.
+void Put16(std::string& out, uint32_t v);
+void Put32(std::string& out, uint32_t v);
+void Put64(std::string& out, uint64_t v);
+uint32_t Crc(const std::string& data);
+
 }  // namespace ostrel::test

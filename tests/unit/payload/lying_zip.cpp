@@ -1,40 +1,14 @@
 #include "lying_zip.h"
 
-#include <libdeflate.h>
-
-#include <memory>
+#include "unit/hardening/raw_zip.h"
 
 namespace ostrel::test {
-namespace {
-
-void Put16(std::string& s, uint64_t v) {
-  s += static_cast<char>(v & 0xFF);
-  s += static_cast<char>((v >> 8) & 0xFF);
-}
-void Put32(std::string& s, uint64_t v) {
-  Put16(s, v & 0xFFFF);
-  Put16(s, (v >> 16) & 0xFFFF);
-}
-void Put64(std::string& s, uint64_t v) {
-  Put32(s, v & 0xFFFFFFFF);
-  Put32(s, v >> 32);
-}
-
-std::string Deflate(const std::string& in) {
-  std::unique_ptr<libdeflate_compressor, decltype(&libdeflate_free_compressor)> c(libdeflate_alloc_compressor(6),
-                                                                                  libdeflate_free_compressor);
-  std::string out(libdeflate_deflate_compress_bound(c.get(), in.size()), '\0');
-  out.resize(libdeflate_deflate_compress(c.get(), in.data(), in.size(), out.data(), out.size()));
-  return out;
-}
-
-}  // namespace
 
 std::string LyingZip(const std::vector<LyingEntry>& entries, const LyingLayout& layout) {
   std::string zip, directory;
   for (const LyingEntry& e : entries) {
     const std::string data = e.deflate ? Deflate(e.content) : e.content;
-    const uint32_t crc = e.claimedCrc.value_or(static_cast<uint32_t>(libdeflate_crc32(0, e.content.data(), e.content.size())));
+    const uint32_t crc = e.claimedCrc.value_or(Crc(e.content));
     const uint64_t size = e.claimedSize.value_or(e.content.size());
     const uint64_t packed = e.claimedCompressedSize.value_or(data.size());
     const uint16_t method = e.method.value_or(e.deflate ? 8 : 0);
