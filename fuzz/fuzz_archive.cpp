@@ -15,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "framework/testing/scratch_tree.h"
 #include "fuzz_support.h"
 #include "payload/archives.h"
 
@@ -143,6 +144,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
   CheckNothingOutside(l, input);
   CheckDestination(l);
-  ostrel::fuzz::RemoveTree(l.destination);
+  fw::testing::RemoveScratchTree(l.destination);
   return 0;
 }

@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "core/ostrel_stub_window.h"
+#include "framework/testing/scratch_tree.h"
 
 namespace ostrel::fuzz {
 
@@ -45,7 +46,7 @@ Seams* MakeSeams() {
   s->platform.facts = {{"ramm", 16000}, {"sys1", 16}, {"sys2", 1}};
   fw::Install(&s->platform, &s->ui);
   App().Event_Open();
-  std::atexit([] { RemoveTree(GetSeams().scratch); });
+  std::atexit([] { fw::testing::RemoveScratchTree(GetSeams().scratch); });
   return s;
 }
 
@@ -93,15 +94,6 @@ bool IsStrictUtf8(std::string_view s) {
     i += n + 1;
   }
   return true;
-}
-
-void RemoveTree(const fs::path& p) {
-  std::error_code ec;
-  if (fs::is_directory(fs::symlink_status(p, ec))) {
-    chmod(p.c_str(), 0700);
-    for (auto& e : fs::directory_iterator(p, ec)) RemoveTree(e.path());
-  }
-  fs::remove(p, ec);
 }
 
 }  // namespace ostrel::fuzz

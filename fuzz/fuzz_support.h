@@ -38,7 +38,5 @@ void Check(bool condition, const std::string& what);
 // Strict UTF-8: shortest forms only, no surrogates, nothing past U+10FFFF.
 bool IsStrictUtf8(std::string_view s);
 
-// Removes a tree whatever its permissions; no link is followed.
-void RemoveTree(const std::filesystem::path& p);
 
 }  // namespace ostrel::fuzz

@@ -1,5 +1,7 @@
 #include "support/sandbox.h"
 
+#include "framework/testing/scratch_tree.h"
+
 #include <sys/stat.h>
 
 #include <cstdlib>
@@ -29,7 +31,7 @@ void SandboxTest::SetUp() {
 
 void SandboxTest::TearDown() {
   fw::Install(nullptr, nullptr);
-  ForceRemoveAll(root);
+  fw::testing::RemoveScratchTree(root);
 }
 
 void SandboxTest::WriteFile(const std::string& path, const std::string& content) const {
@@ -42,15 +44,6 @@ std::string SandboxTest::ReadFile(const std::string& path) const {
   std::ostringstream s;
   s << in.rdbuf();
   return s.str();
-}
-
-void ForceRemoveAll(const fs::path& p) {
-  std::error_code ec;
-  if (fs::is_directory(fs::symlink_status(p, ec))) {
-    chmod(p.c_str(), 0700);
-    for (auto& e : fs::directory_iterator(p, ec)) ForceRemoveAll(e.path());
-  }
-  fs::remove(p, ec);
 }
 
 }  // namespace ostrel::test

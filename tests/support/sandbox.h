@@ -35,7 +35,5 @@ class SandboxTest : public ::testing::Test {
   fw::testing::ScriptedUI ui;
 };
 
-// Makes a tree writable again so that it can be removed, whatever a test did to it.
-void ForceRemoveAll(const fs::path& p);
 
 }  // namespace ostrel::test

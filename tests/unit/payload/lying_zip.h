@@ -16,10 +16,10 @@ struct LyingEntry {
   uint32_t mode = 0100644;  // the Unix mode in the external attributes
   int64_t mtime = 0;        // written as an extended timestamp when not 0
   uint16_t flags = 0;
-  std::optional<uint16_t> method;  // written in place of the true one
+  std::optional<uint16_t> method = {};  // written in place of the true one
   // What the headers claim in place of the truth.
-  std::optional<uint64_t> claimedSize, claimedCompressedSize, claimedLocalOffset;
-  std::optional<uint32_t> claimedCrc;
+  std::optional<uint64_t> claimedSize = {}, claimedCompressedSize = {}, claimedLocalOffset = {};
+  std::optional<uint32_t> claimedCrc = {};
 };
 
 struct LyingLayout {
