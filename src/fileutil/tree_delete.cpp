@@ -17,6 +17,7 @@
 #include "fileutil/full_access.h"
 #include "fileutil/tree_listing.h"
 #include "fileutil/view_const.h"
+#include "framework/protected_folders.h"
 #include "framework/two_threads.h"
 
 namespace ViewConst {
@@ -35,7 +36,7 @@ struct Folder {
 
 class Remover {
  public:
-  Remover(int parentFd, const std::string& name) {
+  Remover(int parentFd, const std::string& name, dev_t device) : device_(device) {
     todo_.push_back(std::make_shared<Folder>(nullptr, parentFd, name));
   }
 
@@ -78,6 +79,13 @@ class Remover {
 
   void Empty(const std::shared_ptr<Folder>& f) {
     f->fd = OpenFolder(*f);
+    // Another file system mounted inside the tree is not the tree's: it is
+    // left whole, and so is the folder it hangs in.
+    struct stat st;
+    if (f->fd >= 0 && (fstat(f->fd, &st) != 0 || st.st_dev != device_)) {
+      close(f->fd);
+      f->fd = -1;
+    }
     if (f->fd >= 0) {
       std::vector<std::shared_ptr<Folder>> subs;
       const auto entries = detail::ListFolder(f->fd);
@@ -117,6 +125,7 @@ class Remover {
   std::condition_variable ready_;
   std::vector<std::shared_ptr<Folder>> todo_;  // a stack
   int busy_ = 0;
+  const dev_t device_;
 };
 
 }  // namespace
@@ -128,12 +137,13 @@ void DeleteFolderOrApp(const std::string& path) {
   const std::string name = item->Name();
   // The root has no name in a parent to remove it by.
   if (parent.NativePath().empty() || name.empty() || name == "/" || name == "." || name == "..") return;
+  if (fw::IsProtectedFromRemoval(item->NativePath())) return;
   const int dir = open(parent.NativePath().c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
   if (dir < 0) return;
   struct stat st;
   if (fstatat(dir, name.c_str(), &st, AT_SYMLINK_NOFOLLOW) == 0) {
     if (S_ISDIR(st.st_mode))
-      Remover(dir, name).Run();
+      Remover(dir, name, st.st_dev).Run();
     else
       unlinkat(dir, name.c_str(), 0);
   }

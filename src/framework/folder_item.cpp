@@ -10,6 +10,7 @@
 #include <fstream>
 
 #include "framework/file_copy.h"
+#include "framework/protected_folders.h"
 
 namespace fw {
 
@@ -141,6 +142,10 @@ void FolderItem::Delete() {
     lastError_ = errno;
     return;
   }
+  if (IsProtectedFromRemoval(path_)) {
+    lastError_ = EPERM;
+    return;
+  }
   const int rc = S_ISDIR(st.st_mode) ? rmdir(path_.c_str()) : unlink(path_.c_str());
   lastError_ = rc == 0 ? 0 : errno;
   children_.reset();
@@ -157,6 +162,12 @@ void FolderItem::CopyFileTo(const FolderItem& destination) {
 }
 
 void FolderItem::MoveFileTo(const FolderItem& destination) {
+  // A rename replaces an empty folder at the destination, and takes the
+  // source away from where it stood: neither may be a kept folder.
+  if (IsProtectedFromRemoval(path_) || IsProtectedFromRemoval(destination.NativePath())) {
+    lastError_ = EPERM;
+    return;
+  }
   lastError_ = rename(path_.c_str(), destination.NativePath().c_str()) == 0 ? 0 : errno;
   if (lastError_ == EXDEV) {
     lastError_ = CopyRegularFile(path_, destination.NativePath());

@@ -10,6 +10,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace fw {
 
@@ -63,6 +64,9 @@ class Platform {
   virtual void DoEvents(int milliseconds) = 0;
   // Absolute path without a trailing "/". The temporary folder is private to the user.
   virtual std::string SpecialFolder(SpecialFolderKind kind) = 0;
+  // The folders the file layer never removes, nor any folder above them: the
+  // home folder, the desktop's standard folders and the applications folder.
+  virtual std::vector<std::string> KeptFolders() = 0;
   // The three system facts: "ramm" (MB of memory), "sys1", "sys2" (system version).
   virtual bool Gestalt(const std::string& selector, int64_t& value) = 0;
   virtual std::string ExecutablePath() = 0;

@@ -59,20 +59,20 @@ std::string PrivateTemporaryFolder(const std::string& base) {
   return path;
 }
 
-std::string XdgDesktopFolder(const std::string& home) {
+std::string XdgUserFolder(const std::string& home, const std::string& name, const std::string& fallbackName) {
   const char* cfg = getenv("XDG_CONFIG_HOME");
   const std::string file = (cfg && *cfg == '/' ? std::string(cfg) : home + "/.config") + "/user-dirs.dirs";
   std::ifstream in(file);
   std::string line;
+  const std::string key = "XDG_" + name + "_DIR=";
   while (std::getline(in, line)) {
-    const std::string key = "XDG_DESKTOP_DIR=";
     if (line.rfind(key, 0) != 0) continue;
     std::string v = line.substr(key.size());
     if (v.size() >= 2 && v.front() == '"' && v.back() == '"') v = v.substr(1, v.size() - 2);
     if (v.rfind("$HOME", 0) == 0) v = home + v.substr(5);
     if (!v.empty() && v[0] == '/') return v;
   }
-  return home + "/Desktop";
+  return home + "/" + fallbackName;
 }
 
 std::string PosixPlatform::SpecialFolder(SpecialFolderKind kind) {
@@ -85,7 +85,7 @@ std::string PosixPlatform::SpecialFolder(SpecialFolderKind kind) {
     case SpecialFolderKind::Home:
       return home;
     case SpecialFolderKind::Desktop:
-      return XdgDesktopFolder(home);
+      return XdgUserFolder(home, "DESKTOP", "Desktop");
     case SpecialFolderKind::Applications: {
       // A folder every user may write to without privileges.
       const std::string apps = home + "/Applications";
@@ -96,6 +96,29 @@ std::string PosixPlatform::SpecialFolder(SpecialFolderKind kind) {
       return "/usr";
   }
   return "/";
+}
+
+std::vector<std::string> PosixPlatform::KeptFolders() {
+  // Read once: every removal asks.
+  std::call_once(keptOnce_, [this] { kept_ = ReadKeptFolders(); });
+  return kept_;
+}
+
+std::vector<std::string> PosixPlatform::ReadKeptFolders() {
+  const std::string home = HomeFolder();
+  std::vector<std::string> kept = {home, home + "/Applications"};
+  // Both the folder the user-dirs file names and the usual name: a user who
+  // moved Documents elsewhere may still keep files in ~/Documents.
+  static const std::pair<const char*, const char*> kStandard[] = {
+      {"DESKTOP", "Desktop"}, {"DOCUMENTS", "Documents"}, {"DOWNLOAD", "Downloads"}, {"MUSIC", "Music"},
+      {"PICTURES", "Pictures"}, {"VIDEOS", "Videos"}, {"PUBLICSHARE", "Public"}, {"TEMPLATES", "Templates"}};
+  for (const auto& [key, name] : kStandard) {
+    kept.push_back(home + "/" + name);
+    const std::string configured = XdgUserFolder(home, key, name);
+    // The user-dirs file names the home folder itself for a folder the user turned off.
+    if (configured != home + "/" + name) kept.push_back(configured);
+  }
+  return kept;
 }
 
 bool PosixPlatform::Gestalt(const std::string& selector, int64_t& value) {

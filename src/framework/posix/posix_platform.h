@@ -18,6 +18,7 @@ class PosixPlatform : public Platform {
   // Without a windowing backend this only sleeps; the Qt backend runs its events here.
   void DoEvents(int milliseconds) override;
   std::string SpecialFolder(SpecialFolderKind kind) override;
+  std::vector<std::string> KeptFolders() override;
   bool Gestalt(const std::string& selector, int64_t& value) override;
   std::string ExecutablePath() override;
   void LaunchExternal(const std::string& path, bool activate) override;
@@ -30,6 +31,9 @@ class PosixPlatform : public Platform {
   std::function<void(int milliseconds)> eventPump;
 
  private:
+  static std::vector<std::string> ReadKeptFolders();
+  std::once_flag keptOnce_;
+  std::vector<std::string> kept_;
   std::mutex clipboardMutex_;
   std::string clipboard_;
   int64_t startMs_;
@@ -40,8 +44,9 @@ class PosixPlatform : public Platform {
 // Throws IOException with a plain sentence when it cannot be made safe.
 std::string PrivateTemporaryFolder(const std::string& base);
 
-// The user's desktop folder by the XDG user-dirs file, else ~/Desktop.
-std::string XdgDesktopFolder(const std::string& home);
+// One of the user's standard folders by the XDG user-dirs file ("DESKTOP",
+// "DOCUMENTS", ...), else `home`/`fallbackName`.
+std::string XdgUserFolder(const std::string& home, const std::string& key, const std::string& fallbackName);
 
 // Starts a program with an argument list, no shell; answers the pid or -1.
 int SpawnDetached(const std::vector<std::string>& argv);

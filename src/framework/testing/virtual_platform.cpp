@@ -21,6 +21,13 @@ std::string VirtualPlatform::SpecialFolder(SpecialFolderKind kind) {
   return it->second;
 }
 
+std::vector<std::string> VirtualPlatform::KeptFolders() {
+  std::vector<std::string> kept = keptFolders;
+  for (auto kind : {SpecialFolderKind::Home, SpecialFolderKind::Desktop, SpecialFolderKind::Applications})
+    if (auto it = folders.find(kind); it != folders.end()) kept.push_back(it->second);
+  return kept;
+}
+
 bool VirtualPlatform::Gestalt(const std::string& selector, int64_t& value) {
   auto it = facts.find(selector);
   if (it == facts.end()) return false;

@@ -24,6 +24,8 @@ class VirtualPlatform : public Platform {
   // background threads a real moment to run.
   void DoEvents(int milliseconds) override;
   std::string SpecialFolder(SpecialFolderKind kind) override;
+  // The injected home, desktop and applications folders, and `keptFolders`.
+  std::vector<std::string> KeptFolders() override;
   bool Gestalt(const std::string& selector, int64_t& value) override;
   std::string ExecutablePath() override { return executablePath; }
   void LaunchExternal(const std::string& path, bool activate) override;
@@ -35,6 +37,7 @@ class VirtualPlatform : public Platform {
   int64_t ticks = 0;
   int64_t doEventsCalls = 0;
   std::map<SpecialFolderKind, std::string> folders;
+  std::vector<std::string> keptFolders;
   std::map<std::string, int64_t> facts;  // a missing selector fails
   std::string executablePath;
   std::vector<Launched> launches;

@@ -182,8 +182,9 @@ bool HardeningTest::DestHoldsOnlySafeItems() {
 }
 
 void HardeningTest::ClearDest() {
-  ViewConst::DeleteFolderOrApp(Dest());
-  fs::create_directories(Dest());
+  // Item by item: the destination may be a volume's mount point, which the
+  // file layer never removes as a whole.
+  for (const auto& e : fs::directory_iterator(Dest())) ViewConst::DeleteFolderOrApp(e.path().string());
 }
 
 void HardeningTest::ExpectEachRefused(const std::vector<std::vector<RawEntry>>& archives) {
