@@ -104,7 +104,8 @@ int PosixPlatform::RunShellCommand(const std::string& commandLine) {
   posix_spawn_file_actions_addopen(&files, 1, "/dev/null", O_WRONLY, 0);
   posix_spawn_file_actions_adddup2(&files, 1, 2);
   SpawnAttributes attributes(0);
-  auto args = ArgumentPointers({"/bin/sh", "-c", commandLine});
+  const std::vector<std::string> argv = {"/bin/sh", "-c", commandLine};
+  auto args = ArgumentPointers(argv);
   pid_t pid;
   const int started = posix_spawn(&pid, "/bin/sh", &files, &attributes.attr, args.data(), environ);
   posix_spawn_file_actions_destroy(&files);
