@@ -31,7 +31,7 @@ bool MayCarryOut(const Instruction& instruction, const std::string& ownArchive,
                  const std::vector<std::string>& kept);
 
 // Waits until no process runs from inside `path` (its program, its working
-// folder or its script lies there), at most `limit`.
+// folder or a file it holds open lies there), at most `limit`.
 void WaitForProcessesInside(const std::string& path, std::chrono::milliseconds limit);
 
 // Removes a file, or a folder with all it holds; a link is removed as a

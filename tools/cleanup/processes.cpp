@@ -4,8 +4,6 @@
 
 #include <climits>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <thread>
 
 #include "cleanup/cleanup.h"
@@ -24,19 +22,17 @@ std::string Link(const std::string& path) {
   return n > 0 ? std::string(target, static_cast<size_t>(n)) : std::string();
 }
 
-// Its program, its working folder, or the script an interpreter runs
-// (the first arguments of its command line).
+// Its program, its working folder, or a file it holds open there (an
+// interpreter holds its script open).
 bool RunsFromInside(const std::string& process, const std::string& folder) {
   if (Inside(Link(process + "/exe"), folder) || Inside(Link(process + "/cwd"), folder)) return true;
-  std::ifstream in(process + "/cmdline", std::ios::binary);
-  const std::string cmdline((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-  size_t start = 0;
-  for (int arg = 0; arg < 3 && start < cmdline.size(); ++arg) {
-    const std::string a = cmdline.c_str() + start;
-    if (Inside(a, folder)) return true;
-    start += a.size() + 1;
-  }
-  return false;
+  DIR* fds = opendir((process + "/fd").c_str());
+  if (!fds) return false;
+  bool found = false;
+  while (dirent* e = readdir(fds))
+    if (e->d_name[0] != '.' && (found = Inside(Link(process + "/fd/" + e->d_name), folder))) break;
+  closedir(fds);
+  return found;
 }
 
 bool AnyProcessInside(const std::string& folder) {
