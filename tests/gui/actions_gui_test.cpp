@@ -46,14 +46,17 @@ class ActionsGuiTest : public StubDriverTest {
 
 TEST_F(ActionsGuiTest, ABeforeProgramThatHoldsTheWaitIsShownItsAnswerThenTheWindow) {
   auto d = PlainSetup();
-  d.executeBefore = "before.sh";
-  d.resources = {Script(At("res/before.sh"), Say("OstrelWait") + "sleep 4\n" + Say("OstrelDone:Ready"))};
+  // Beside the bundle, named by a macro: the stub tells it where the setup stands.
+  d.executeBefore = "SetupFolder/before.sh";
+  Script(At("dist/before.sh"), "xclip -o -selection clipboard > \"$HOME/seen\"\n" + Say("OstrelWait") + "sleep 4\n" +
+                                   Say("OstrelDone:Ready"));
   const auto start = steady_clock::now();
   BuildAndStart(d);
 
   const std::string box = Expect("^Install$", "before-program-says-ready");
   EXPECT_GE(steady_clock::now() - start, 3500ms);
   EXPECT_FALSE(x->FindWindow("^Gui Setup Test$", 300ms));  // the window waits for the answer to be read
+  EXPECT_EQ(ReadFile(At("home/seen")), At("dist/before.sh"));
   x->Key(box, "Return");
   const std::string main = Expect("^Gui Setup Test$", "main-window-after-ready");
   x->Click(main, kQuitX, kMainButtonsY);

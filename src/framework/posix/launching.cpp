@@ -111,19 +111,24 @@ int PosixPlatform::RunShellCommand(const std::string& commandLine) {
   posix_spawn_file_actions_destroy(&files);
   if (started != 0) return -1;
 
-  // The window stays alive while the command runs.
+  // The window stays alive while the command runs. A wait that ends early
+  // (the time is up, or the user quit meanwhile) leaves the command to run on.
   const int64_t start = Ticks();
-  for (;;) {
-    int status = 0;
-    const pid_t done = waitpid(pid, &status, WNOHANG);
-    if (done == pid) return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    if (done < 0 && errno != EINTR) return -1;
-    if (Ticks() - start > kShellCommandGiveUpTicks) {
-      ReapInBackground(pid);
-      return -1;
+  try {
+    for (;;) {
+      int status = 0;
+      const pid_t done = waitpid(pid, &status, WNOHANG);
+      if (done == pid) return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+      if (done < 0 && errno != EINTR) return -1;
+      if (Ticks() - start > kShellCommandGiveUpTicks) break;
+      DoEvents(10);
     }
-    DoEvents(10);
+  } catch (...) {
+    ReapInBackground(pid);
+    throw;
   }
+  ReapInBackground(pid);
+  return -1;
 }
 
 }  // namespace fw

@@ -156,7 +156,8 @@ TEST_F(ActionWalkTest, BeforeInstallingOnlyThePreInstallEntriesActAndSilently) {
   WriteFile(At("home/x"), "not reached: no macro before installing");
   const std::string list = "preinstalldelete=" + At("old/Old.app") + "|PreInstallDelete=UserAccount/x|preinstallcopy=" +
                            At("prefs") + ";" + At("prefs.saved") + ";dropped|preinstallcopy=" + At("prefs/a.txt") +
-                           ";" + At("a.saved") + "|preinstallcopy=" + At("prefs") + "|delete=" + At("prefs") +
+                           ";" + At("a.saved") + "|preinstallcopy=" + At("prefs") + "|preinstallcopy=" +
+                           At("prefs/a.txt") + ";" + At("no/parent/a.txt") + "|delete=" + At("prefs") +
                            "|shell=x|bogus|preinstalldelete=" + At("nothing");
   Pre(list);
   WriteFile(At("prefs/a.txt"), "v2");
@@ -168,6 +169,7 @@ TEST_F(ActionWalkTest, BeforeInstallingOnlyThePreInstallEntriesActAndSilently) {
   EXPECT_EQ(ReadFile(At("prefs.saved/a.txt")), "v1");
   EXPECT_EQ(ReadFile(At("a.saved")), "v1");
   EXPECT_EQ(ReadFile(At("prefs/a.txt")), "v2");
+  EXPECT_FALSE(fs::exists(At("no")));  // no folder is made for a copy, and its failure is silent
 }
 
 }  // namespace

@@ -24,11 +24,9 @@ TEST_F(ResourcesTest, ResourcesAndTheCleanupProgramTravelInTheBundle) {
   d.executeBefore = "before.sh";
   const std::string resources = BuildBundle(d, stub, At("out")) + "/Contents/Resources";
 
-  EXPECT_EQ(ReadFile(resources + "/before.sh"), "#!/bin/sh\necho before\n");
-  struct stat st;
-  ASSERT_EQ(stat((resources + "/before.sh").c_str(), &st), 0);
-  EXPECT_EQ(st.st_mode & 0777, 0750u);
-  EXPECT_EQ(ReadFile(resources + "/After.app/Contents/MacOS/After"), "#!/bin/sh\n");
+  const Tree copied = ReadTree(resources);
+  EXPECT_EQ(copied.at("before.sh"), (TreeItem{TreeItem::File, "#!/bin/sh\necho before\n", 0750}));
+  EXPECT_EQ(copied.at("After.app/Contents/MacOS/After").content, "#!/bin/sh\n");
 
   // Data3 unscrambles to the archive that expands into the clean-up bundle.
   fs::copy_file(resources + "/Data3", At("cleanup.zip"));
