@@ -8,7 +8,7 @@ packages=(
   qt6-base-dev libgl-dev
   libarchive-dev libdeflate-dev zlib1g-dev
   libgtest-dev libgmock-dev
-  xvfb xdotool x11-utils imagemagick fonts-dejavu-core
+  xvfb xdotool x11-utils imagemagick fonts-dejavu-core xclip
   unzip zip libarchive-tools
 )
 

@@ -104,6 +104,8 @@ class OstrelStubWindow : public fw::Window {
   void PostInstallCopy();
   bool SpecialPath(std::string& path);
   bool CommunicateWithExecutable();
+  void DoShellCmd(const std::string& command);
+  void DoShellFile(const std::string& name);
   void Cleanup();
 
   // --- Relocation (relocation/).

@@ -45,6 +45,7 @@ bool Gestalt(const std::string& selector, int64_t& value) {
   return CurrentPlatform().Gestalt(selector, value);
 }
 void BringToFront() { CurrentPlatform().BringToFront(); }
+int RunShellCommand(const std::string& commandLine) { return CurrentPlatform().RunShellCommand(commandLine); }
 
 FolderItem SpecialFolder(SpecialFolderKind kind) {
   return FolderItem(CurrentPlatform().SpecialFolder(kind));

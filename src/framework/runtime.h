@@ -30,7 +30,10 @@ struct IOException : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-enum class SpecialFolderKind { Temporary, Home, Desktop, Applications, System };
+// `Shared` is the folder that a copied application passes through on its way
+// into the applications folder: "/Users/Shared" on macOS, the private
+// temporary folder here.
+enum class SpecialFolderKind { Temporary, Home, Desktop, Applications, System, Shared };
 
 // Model of the system's folder chooser.
 struct FolderDialog {
@@ -72,6 +75,11 @@ class Platform {
   virtual std::string ExecutablePath() = 0;
   // Opens a file or starts a program that no in-process opener claims.
   virtual void LaunchExternal(const std::string& path, bool activate) = 0;
+  // Runs one of the setup's own command lines through the system's shell
+  // (the one place a shell runs) and waits for it with the event loop
+  // turning. Output is discarded. Answers the exit status, -1 when the
+  // command could not be started or was not waited for to its end.
+  virtual int RunShellCommand(const std::string& commandLine) = 0;
   virtual void ShowURL(const std::string& url) = 0;
   virtual std::string ClipboardText() = 0;
   virtual void SetClipboardText(const std::string& text) = 0;
@@ -100,6 +108,7 @@ void BringToFront();
 using Opener = std::function<void(const std::string& path)>;
 void RegisterOpener(const std::string& extension, Opener opener);
 void Launch(const std::string& path, bool activate);
+int RunShellCommand(const std::string& commandLine);
 
 // Runs one piece of logic as the top level does: a QuitRequest gives its code;
 // any other exception is shown in one plain message box and gives 0.

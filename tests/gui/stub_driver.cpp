@@ -60,6 +60,13 @@ std::string StubDriverTest::Expect(const std::string& titleRegex, const std::str
   return *id;
 }
 
+void StubDriverTest::ChooseFolder(const std::string& path) {
+  const std::string chooser = Expect("^Select Folder$", "folder-chooser");
+  x->Key(chooser, "ctrl+a");
+  x->Type(chooser, path);
+  x->Key(chooser, "Return");
+}
+
 std::optional<int> StubDriverTest::Finish() { return stub->Wait(60s); }
 
 namespace {

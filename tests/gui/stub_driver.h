@@ -23,6 +23,8 @@ class StubDriverTest : public SandboxTest {
   // Waits for a window whose title matches, and saves its screenshot.
   std::string Expect(const std::string& titleRegex, const std::string& shotName);
   void Shot(const std::string& windowId, const std::string& name);
+  // Types the folder into the folder chooser and accepts it.
+  void ChooseFolder(const std::string& path);
   // Waits for the stub to end; its exit code.
   std::optional<int> Finish();
 

@@ -16,13 +16,14 @@ void SandboxTest::SetUp() {
   std::string tmpl = (fs::temp_directory_path() / "ostrel-test-XXXXXX").string();
   ASSERT_NE(mkdtemp(tmpl.data()), nullptr);
   root = fs::canonical(tmpl);
-  for (auto d : {"tmp", "home", "home/Desktop", "home/Applications", "usr"}) fs::create_directories(root / d);
+  for (auto d : {"tmp", "home", "home/Desktop", "home/Applications", "usr", "shared"}) fs::create_directories(root / d);
   platform.folders = {
       {fw::SpecialFolderKind::Temporary, At("tmp")},
       {fw::SpecialFolderKind::Home, At("home")},
       {fw::SpecialFolderKind::Desktop, At("home/Desktop")},
       {fw::SpecialFolderKind::Applications, At("home/Applications")},
       {fw::SpecialFolderKind::System, At("usr")},
+      {fw::SpecialFolderKind::Shared, At("shared")},
   };
   platform.facts = {{"ramm", 16000}, {"sys1", 16}, {"sys2", 1}};
   fw::Install(&platform, &ui);

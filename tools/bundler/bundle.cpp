@@ -10,10 +10,13 @@
 #include <filesystem>
 #include <fstream>
 
+#include "bundler/action_list_check.h"
+#include "bundler/cleanup_archive.h"
 #include "bundler/demo_payload.h"
 #include "bundler/payload_zip.h"
 #include "bundler/pixel_strings.h"
 #include "bundler/record_fields.h"
+#include "bundler/resources.h"
 #include "fileutil/view_const.h"
 #include "payload/archives.h"
 
@@ -66,10 +69,10 @@ std::string GeneratePayload(const SetupDescription& d, const fs::path& out) {
   return folder.string();
 }
 
-void ScramblePayload(const fs::path& data2) {
-  const int error = ostrel::RewriteThroughByteStep(data2.string(), true);
+void ScramblePayload(const fs::path& archive) {
+  const int error = ostrel::RewriteThroughByteStep(archive.string(), true);
   if (error != 0)
-    throw std::runtime_error("the payload archive could not be scrambled: " + data2.string() +
+    throw std::runtime_error("the archive could not be scrambled: " + archive.string() +
                              (error > 0 ? std::string(" (") + std::strerror(error) + ")" : std::string()));
 }
 
@@ -88,6 +91,9 @@ std::string BuildBundle(const SetupDescription& description, const std::string& 
   struct stat st;
   if (stat(stubBinary.c_str(), &st) != 0 || !S_ISREG(st.st_mode))
     throw BadInput("no stub executable at " + stubBinary);
+  CheckActionList(d.postInstallActions);
+  CheckResources(d);
+  const std::string cleanupProgram = CleanupProgram(d, stubBinary);
 
   const PictureFields pictures{PictureField(d.logo, "logo"), PictureField(d.picture, "picture"),
                                PictureField(d.background, "background")};
@@ -121,6 +127,11 @@ std::string BuildBundle(const SetupDescription& description, const std::string& 
     const std::string top = d.targetFolder + (d.installationPatch ? "Patch" : "");
     WritePayloadZip(payload.string(), top, (resources / "Data2").string());
     ScramblePayload(resources / "Data2");
+    CopyResources(d.resources, resources.string());
+    if (!cleanupProgram.empty()) {
+      WriteCleanupArchive(cleanupProgram, (resources / "Data3").string(), (root / ".cleanup").string());
+      ScramblePayload(resources / "Data3");
+    }
     fs::permissions(root, static_cast<fs::perms>(0755));
 
     if (fs::exists(fs::symlink_status(bundle))) fs::remove_all(bundle);

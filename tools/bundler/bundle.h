@@ -12,6 +12,8 @@ namespace ostrel::bundler {
 //   Contents/Resources/Data      the enciphered record
 //   Contents/Resources/TextData  the text record, UTF-8
 //   Contents/Resources/Data2     the payload, a zip archive, scrambled
+//   Contents/Resources/Data3     the clean-up program, when `cleanup` is not 0
+//   Contents/Resources/<name>    each resource, under its own name
 // The bundle is assembled beside its final place and takes it only when
 // complete; an earlier bundle of the same name is then replaced. A
 // generated demo payload is written to "<outputFolder>/payload/<target>".

@@ -65,7 +65,7 @@ class Parser {
       handler = it->second;
     }
     auto [seen, fresh] = seenOn_.emplace(key, line_);
-    if (!fresh && key != "action")
+    if (!fresh && key != "action" && key != "resource")
       Fail("\"" + key + "\" is given twice (first on line " + std::to_string(seen->second) + ")");
     handler(value);
   }
@@ -169,6 +169,8 @@ class Parser {
         {"actions", str(d_.postInstallActions)},
         {"action", [this](const std::string& v) { AddAction(v); }},
         {"cleanup", number(d_.cleanup, 0, 4)},
+        {"cleanup_program", [this](const std::string& v) { d_.cleanupProgram = Resolve(v); }},
+        {"resource", [this](const std::string& v) { d_.resources.push_back(Resolve(v)); }},
         {"payload", [this](const std::string& v) { SetPayloadFolder(v); }},
         {"payload_generate", [this](const std::string& v) { SetGeneratedPayload(v); }},
     };

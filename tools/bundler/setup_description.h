@@ -5,6 +5,7 @@
 #include <map>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace ostrel::bundler {
 
@@ -66,6 +67,13 @@ struct SetupDescription {
   LongText releaseNotes;
   std::string postInstallActions;
   int cleanup = 0;
+
+  // --- Files and folders copied into Contents/Resources under their own
+  // names: the programs run before and after installing, scripts.
+  std::vector<std::string> resources;
+  // The clean-up program packed as Data3 whenever `cleanup` is not 0;
+  // empty: "ostrel-cleanup" beside the stub executable.
+  std::string cleanupProgram;
 
   // --- The payload: the content of this folder becomes the installed folder.
   std::string payloadFolder;

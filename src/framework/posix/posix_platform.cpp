@@ -1,10 +1,8 @@
 #include "framework/posix/posix_platform.h"
 
 #include <pwd.h>
-#include <spawn.h>
 #include <sys/stat.h>
 #include <sys/utsname.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -14,8 +12,6 @@
 #include <fstream>
 #include <sstream>
 #include <thread>
-
-extern char** environ;
 
 namespace fw {
 namespace {
@@ -78,7 +74,10 @@ std::string XdgUserFolder(const std::string& home, const std::string& name, cons
 std::string PosixPlatform::SpecialFolder(SpecialFolderKind kind) {
   const std::string home = HomeFolder();
   switch (kind) {
-    case SpecialFolderKind::Temporary: {
+    case SpecialFolderKind::Temporary:
+    case SpecialFolderKind::Shared: {
+      // No folder is shared between users here that others could not plant
+      // things in: the user's private temporary folder serves instead.
       const char* t = getenv("TMPDIR");
       return PrivateTemporaryFolder(t && *t == '/' ? t : "/tmp");
     }
@@ -144,25 +143,6 @@ std::string PosixPlatform::ExecutablePath() {
   char buf[PATH_MAX];
   const ssize_t n = readlink("/proc/self/exe", buf, sizeof buf - 1);
   return n > 0 ? std::string(buf, static_cast<size_t>(n)) : std::string();
-}
-
-int SpawnDetached(const std::vector<std::string>& argv) {
-  std::vector<char*> args;
-  for (auto& a : argv) args.push_back(const_cast<char*>(a.c_str()));
-  args.push_back(nullptr);
-  pid_t pid;
-  if (posix_spawnp(&pid, args[0], nullptr, nullptr, args.data(), environ) != 0) return -1;
-  // Reap it in the background so that no zombie is left.
-  std::thread([pid] { waitpid(pid, nullptr, 0); }).detach();
-  return pid;
-}
-
-void PosixPlatform::LaunchExternal(const std::string& path, bool) {
-  struct stat st;
-  if (stat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode) && access(path.c_str(), X_OK) == 0)
-    SpawnDetached({path});
-  else
-    SpawnDetached({"xdg-open", path});
 }
 
 void PosixPlatform::ShowURL(const std::string& url) { SpawnDetached({"xdg-open", url}); }

@@ -22,6 +22,7 @@ class PosixPlatform : public Platform {
   bool Gestalt(const std::string& selector, int64_t& value) override;
   std::string ExecutablePath() override;
   void LaunchExternal(const std::string& path, bool activate) override;
+  int RunShellCommand(const std::string& commandLine) override;
   void ShowURL(const std::string& url) override;
   std::string ClipboardText() override;
   void SetClipboardText(const std::string& text) override;
@@ -48,7 +49,17 @@ std::string PrivateTemporaryFolder(const std::string& base);
 // "DOCUMENTS", ...), else `home`/`fallbackName`.
 std::string XdgUserFolder(const std::string& home, const std::string& key, const std::string& fallbackName);
 
-// Starts a program with an argument list, no shell; answers the pid or -1.
+// Starts a program with an argument list, no shell, in a session of its
+// own, with our environment; answers the pid or -1.
 int SpawnDetached(const std::vector<std::string>& argv);
+
+// What a launch of `path` starts: a bundle "X.app" its program
+// "Contents/MacOS/X", or else the one executable file in "Contents/MacOS";
+// an executable file itself; anything else goes to xdg-open.
+std::vector<std::string> LaunchArguments(const std::string& path);
+
+// How long the setup's shell command is waited for before the installer
+// goes on without it (it then runs on by itself).
+constexpr int64_t kShellCommandGiveUpTicks = 10 * 60 * 60;
 
 }  // namespace fw

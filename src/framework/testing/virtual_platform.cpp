@@ -13,7 +13,15 @@ void VirtualPlatform::DoEvents(int milliseconds) {
   const int64_t step = static_cast<int64_t>(milliseconds) * 60 / 1000;
   ticks += step > 0 ? step : 1;
   std::this_thread::sleep_for(std::chrono::microseconds(200));
+  // An event may schedule another: take them one at a time.
+  while (!events_.empty() && events_.begin()->first <= ticks) {
+    auto event = std::move(events_.begin()->second);
+    events_.erase(events_.begin());
+    event();
+  }
 }
+
+void VirtualPlatform::At(int64_t tick, std::function<void()> event) { events_.emplace(tick, std::move(event)); }
 
 std::string VirtualPlatform::SpecialFolder(SpecialFolderKind kind) {
   auto it = folders.find(kind);
@@ -37,6 +45,12 @@ bool VirtualPlatform::Gestalt(const std::string& selector, int64_t& value) {
 
 void VirtualPlatform::LaunchExternal(const std::string& path, bool activate) {
   launches.push_back({path, activate});
+  if (onLaunch) onLaunch(path);
+}
+
+int VirtualPlatform::RunShellCommand(const std::string& commandLine) {
+  shellCommands.push_back(commandLine);
+  return shellStatus;
 }
 
 void VirtualPlatform::ShowURL(const std::string& url) { urls.push_back(url); }

@@ -1,8 +1,11 @@
 // Test seam for the platform: a virtual clock that the event loop advances,
-// injected special folders and system facts, recorded launches and URLs, and
-// an in-memory clipboard. A wait of 180 ticks costs no real time.
+// injected special folders and system facts, recorded launches, URLs and
+// shell commands, and an in-memory clipboard. A wait of 180 ticks costs no
+// real time. Scripted events run when the clock reaches their tick, so that
+// a launched program can be played: it answers on the clipboard at set times.
 #pragma once
 
+#include <functional>
 #include <map>
 #include <mutex>
 #include <string>
@@ -29,10 +32,15 @@ class VirtualPlatform : public Platform {
   bool Gestalt(const std::string& selector, int64_t& value) override;
   std::string ExecutablePath() override { return executablePath; }
   void LaunchExternal(const std::string& path, bool activate) override;
+  // Recorded; answers `shellStatus`.
+  int RunShellCommand(const std::string& commandLine) override;
   void ShowURL(const std::string& url) override;
   std::string ClipboardText() override;
   void SetClipboardText(const std::string& text) override;
   void BringToFront() override { ++broughtToFront; }
+
+  // Runs `event` inside the first DoEvents that brings the clock to `tick` or beyond.
+  void At(int64_t tick, std::function<void()> event);
 
   int64_t ticks = 0;
   int64_t doEventsCalls = 0;
@@ -42,11 +50,16 @@ class VirtualPlatform : public Platform {
   std::string executablePath;
   std::vector<Launched> launches;
   std::vector<std::string> urls;
+  std::vector<std::string> shellCommands;
+  int shellStatus = 0;
+  // Called after each launch is recorded, e.g. to script the program's answers.
+  std::function<void(const std::string& path)> onLaunch;
   int broughtToFront = 0;
 
  private:
   std::mutex clipboardMutex_;
   std::string clipboard_;
+  std::multimap<int64_t, std::function<void()>> events_;
 };
 
 }  // namespace fw::testing

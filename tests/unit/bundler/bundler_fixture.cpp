@@ -37,6 +37,9 @@ void BundlerTest::SetUp() {
   SandboxTest::SetUp();
   stub = At("build/stub");
   WriteFile(stub, "#!/bin/false\nstub\n");
+  // The clean-up program is looked for beside the stub.
+  WriteFile(At("build/ostrel-cleanup"), "#!/bin/false\ncleanup\n");
+  chmod(At("build/ostrel-cleanup").c_str(), 0755);
 }
 
 std::string BundlerTest::WritePng(const std::string& name, const std::vector<std::vector<QColor>>& rows) {
@@ -95,6 +98,8 @@ bundler::SetupDescription BundlerTest::FullDescription() {
   d.postInstallActions = "createfolder=UserAccount/Demo|delete=UserAccount/Old";
   d.cleanup = 2;
   d.payloadFolder = MakePayload("payload");
+  WriteFile(At("resources/After.app/Contents/MacOS/After"), "#!/bin/sh\n");
+  d.resources = {At("resources/After.app")};
   return d;
 }
 

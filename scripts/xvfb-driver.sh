@@ -1,0 +1,46 @@
+# Sourced by the drive scripts: a private Xvfb for the run, and the helpers
+# that find windows, take screenshots and click, the way a person would.
+# Expects $shots (the screenshot folder); sets $xvfb and uses $stub.
+
+for d in $(seq 90 150); do [ -e "/tmp/.X$d-lock" ] || break; done
+export DISPLAY=":$d"
+Xvfb "$DISPLAY" -screen 0 1280x1024x24 -nolisten tcp >/dev/null 2>&1 &
+xvfb=$!
+stub=""
+n=0
+cleanup() { [ -n "$stub" ] && kill "$stub" 2>/dev/null; kill "$xvfb" 2>/dev/null || true; }
+trap cleanup EXIT
+for _ in $(seq 50); do xdpyinfo >/dev/null 2>&1 && break; sleep 0.1; done
+
+wait_window() {  # title regex -> window id
+  for _ in $(seq 200); do
+    id="$(xdotool search --onlyvisible --name "$1" 2>/dev/null | head -n 1 || true)"
+    [ -n "$id" ] && { sleep 0.3; echo "$id"; return 0; }
+    sleep 0.1
+  done
+  echo "The window \"$1\" did not appear." >&2
+  return 1
+}
+shot() {  # window id, name
+  n=$((n + 1))
+  local f
+  f="$shots/$(printf '%02d' "$n")-$2.png"
+  import -window "$1" "$f" && echo "  screenshot: $f"
+}
+geometry() { eval "$(xdotool getwindowgeometry --shell "$1")"; }
+click() { xdotool mousemove --window "$1" --sync "$2" "$3" click 1; }
+choose_folder() {  # folder
+  local chooser
+  chooser="$(wait_window '^Select Folder$')"
+  shot "$chooser" folder-chooser
+  xdotool windowfocus --sync "$chooser"
+  xdotool key --clearmodifiers ctrl+a
+  xdotool type --delay 5 "$1"
+  xdotool key Return
+}
+wait_stub() {  # waits for the installer to end
+  for _ in $(seq 600); do kill -0 "$stub" 2>/dev/null || break; sleep 0.1; done
+  if kill -0 "$stub" 2>/dev/null; then echo "The installer did not finish." >&2; exit 1; fi
+  wait "$stub" || true
+  stub=""
+}

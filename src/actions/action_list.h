@@ -1,0 +1,36 @@
+// The setup's action list, as both of its walks read it: entries split at
+// "|", each a key and a value split at "=", and the one path macro the list
+// knows.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace ostrel::actions {
+
+struct ActionEntry {
+  std::string key;    // up to the first "="
+  std::string value;  // between the first and a second "="; the rest is dropped
+  std::string text;   // the whole entry as written
+};
+
+// The entries in list order; none for an empty list. A trailing "|" gives an
+// empty last entry, as two "|" in a row give one between them.
+std::vector<ActionEntry> ParseActionList(const std::string& list);
+
+// The user's home folder, as the path macros use it.
+std::string HomeFolderPath();
+
+// "UserAccount/rest" (in any case) becomes the home folder, "/" and the rest;
+// any other path is returned unchanged.
+std::string ExpandUserAccount(const std::string& path);
+
+// An application just copied to `dst` under the applications folder is
+// moved out to the shared folder and back, so that the system registers it
+// afresh. A `dst` that names no item (ending in "/") is left alone.
+void BounceThroughSharedFolder(const std::string& dst);
+
+// "Install Error", two line breaks and `line`, in a message box.
+void ShowInstallError(const std::string& line);
+
+}  // namespace ostrel::actions

@@ -1,0 +1,36 @@
+#include "bundler/cleanup_archive.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "bundler/payload_zip.h"
+
+namespace ostrel::bundler {
+
+namespace fs = std::filesystem;
+
+std::string CleanupProgram(const SetupDescription& d, const std::string& stubBinary) {
+  if (d.cleanup == 0) return {};
+  const std::string program =
+      d.cleanupProgram.empty() ? (fs::path(stubBinary).parent_path() / "ostrel-cleanup").string() : d.cleanupProgram;
+  struct stat st;
+  if (stat(program.c_str(), &st) != 0 || !S_ISREG(st.st_mode) || access(program.c_str(), X_OK) != 0)
+    throw BadInput("cleanup " + std::to_string(d.cleanup) + " needs the clean-up program, and there is none at " +
+                   program + " (give cleanup_program)");
+  return program;
+}
+
+void WriteCleanupArchive(const std::string& program, const std::string& data3, const std::string& scratch) {
+  // The archive expands into "PostInstallCleanup.app", so it holds the
+  // bundle's inside: Contents/MacOS/PostInstallCleanup.
+  const fs::path contents = fs::path(scratch) / "Contents";
+  fs::create_directories(contents / "MacOS");
+  fs::copy_file(program, contents / "MacOS" / "PostInstallCleanup");
+  fs::permissions(contents / "MacOS" / "PostInstallCleanup", static_cast<fs::perms>(0755));
+  WritePayloadZip(contents.string(), "Contents", data3);
+  fs::remove_all(scratch);
+}
+
+}  // namespace ostrel::bundler
