@@ -51,13 +51,6 @@ class InstallGuiTest : public StubDriverTest {
     EXPECT_EQ(x->WindowSize(agreement), std::make_pair(762, 511));
     x->Click(agreement, agreementX, 487);
   }
-
-  void ChooseFolder(const std::string& path) {
-    const std::string chooser = Expect("^Select Folder$", "folder-chooser");
-    x->Key(chooser, "ctrl+a");
-    x->Type(chooser, path);
-    x->Key(chooser, "Return");
-  }
 };
 
 TEST_F(InstallGuiTest, TheWindowShowsTheRecordAndQuitsByItsQuitButton) {

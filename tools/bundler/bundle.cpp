@@ -119,7 +119,7 @@ std::string BuildBundle(const SetupDescription& description, const std::string& 
     fs::permissions(executable, static_cast<fs::perms>(0755));
     WriteBytes(resources / "Data", data);
     // The record names the choice and option archives with their pins.
-    PackChoiceArchives(d, resources.string());
+    PackChoiceArchives(d, resources.string(), out.string());
     textData = TextRecordText(d);
     WriteBytes(resources / "TextData", textData);
     // A patch setup's archive carries the patch folder, expanded beside the target.

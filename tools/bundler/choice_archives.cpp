@@ -71,8 +71,10 @@ void CheckEntries(std::vector<ChoiceEntry>& entries, bool option, const std::str
       throw BadInput(key + ".folder \"" + e.folder + "\" must be a plain folder name below the target");
     if (e.payloadFolder.empty() == e.url.empty())
       throw BadInput(key + " needs " + (option ? "exactly one of \"payload\" and \"url\"" : "a \"payload\" folder"));
-    if (!e.sha256.empty() && e.url.empty())
-      throw BadInput(key + ": a pin is given only for a URL; a packed archive gets its own");
+    if ((!e.sha256.empty() || !e.uploadFolder.empty()) && e.url.empty())
+      throw BadInput(key + ": a pin or an upload folder goes with a URL; a packed archive gets its own pin");
+    if (!e.sha256.empty() && !e.uploadFolder.empty())
+      throw BadInput(key + ": the upload folder's archive gets its own pin; leave out sha256");
   }
 }
 
@@ -94,6 +96,7 @@ bool SetChoiceKey(SetupDescription& d, const std::string& key, const std::string
   if (entries.size() < static_cast<size_t>(n)) entries.resize(static_cast<size_t>(n));
   ChoiceEntry& e = entries[static_cast<size_t>(n - 1)];
 
+  if (what.empty() || what == "folder" || what == "help") CheckText("\"" + key + "\"", value);
   if (what.empty()) {
     e.caption = value;
   } else if (what == "payload") {
@@ -108,6 +111,9 @@ bool SetChoiceKey(SetupDescription& d, const std::string& key, const std::string
       throw BadInput("\"" + key + "\": the address must begin with http:// or https://");
     CheckText("\"" + key + "\"", value);
     e.url = value;
+  } else if (option && what == "url_payload") {
+    e.uploadFolder = Resolve(baseFolder, value);
+    if (!IsFolder(e.uploadFolder)) throw BadInput("no folder " + e.uploadFolder);
   } else if (option && (what == "sha256" || what == "sha256_of")) {
     if (!e.sha256.empty()) throw BadInput("\"" + key + "\": give the pin either as sha256 or as sha256_of");
     if (what == "sha256") {
@@ -139,28 +145,41 @@ void PrepareChoiceFields(SetupDescription& d) {
     if (!field.empty()) throw BadInput("give the " + kind + " either as \"" + kind + "\" or as numbered keys, not both");
     CheckEntries(entries, option, d.targetFolder);
     std::vector<std::string> pins;
-    for (const auto& e : entries) pins.push_back(e.url.empty() ? kPlaceholderPin : e.sha256);
+    for (const auto& e : entries) pins.push_back(e.url.empty() || !e.uploadFolder.empty() ? kPlaceholderPin : e.sha256);
     field = MakeField(entries, option, pins);
   }
 }
 
-void PackChoiceArchives(SetupDescription& d, const std::string& resources) {
+namespace {
+
+// Packs the folder at `zip` and answers the archive's SHA-256.
+std::string PackAndPin(const std::string& folder, const std::string& zip) {
+  WriteContentZip(folder, zip);
+  const auto digest = FileSha256(zip);
+  if (!digest) throw std::runtime_error("cannot read back " + zip);
+  return *digest;
+}
+
+}  // namespace
+
+void PackChoiceArchives(SetupDescription& d, const std::string& resources, const std::string& uploads) {
   for (bool option : {false, true}) {
     const auto& entries = EntriesOf(d, option);
     if (entries.empty()) continue;
     std::vector<std::string> pins;
     for (size_t i = 0; i < entries.size(); ++i) {
-      if (!entries[i].url.empty()) {
-        pins.push_back(entries[i].sha256);
-        continue;
+      const ChoiceEntry& e = entries[i];
+      if (!e.uploadFolder.empty()) {
+        pins.push_back(PackAndPin(e.uploadFolder, uploads + "/" + d.bundleName + "-" + ArchiveName(option, i)));
+      } else if (!e.url.empty()) {
+        pins.push_back(e.sha256);
+      } else {
+        const std::string zip = resources + "/" + ArchiveName(option, i);
+        struct stat st;
+        if (lstat(zip.c_str(), &st) == 0)
+          throw BadInput("the bundle already holds a resource named " + ArchiveName(option, i));
+        pins.push_back(PackAndPin(e.payloadFolder, zip));
       }
-      const std::string zip = resources + "/" + ArchiveName(option, i);
-      struct stat st;
-      if (lstat(zip.c_str(), &st) == 0) throw BadInput("the bundle already holds a resource named " + ArchiveName(option, i));
-      WriteContentZip(entries[i].payloadFolder, zip);
-      const auto digest = FileSha256(zip);
-      if (!digest) throw std::runtime_error("cannot read back " + zip);
-      pins.push_back(*digest);
     }
     (option ? d.installOptions : d.installChoices) = MakeField(entries, option, pins);
   }

@@ -22,7 +22,9 @@ bool SetChoiceKey(SetupDescription& d, const std::string& key, const std::string
 void PrepareChoiceFields(SetupDescription& d);
 
 // Packs each entry's folder as "Choice<N>.zip" or "Option<N>.zip" into
-// `resources` and writes the archives' real pins into the fields.
-void PackChoiceArchives(SetupDescription& d, const std::string& resources);
+// `resources`, and a URL option's upload folder as
+// "<bundle name>-Option<N>.zip" into `uploads`, and writes the archives'
+// real pins into the fields.
+void PackChoiceArchives(SetupDescription& d, const std::string& resources, const std::string& uploads);
 
 }  // namespace ostrel::bundler

@@ -40,6 +40,9 @@ struct ChoiceEntry {
   std::string folder;  // below the target; empty: the target itself
   std::string help;
   std::string sha256;  // a URL option's pin, when known
+  // A URL option's content: packed beside the bundle as the archive to put
+  // at the URL, and pinned.
+  std::string uploadFolder;
 };
 
 struct SetupDescription {
