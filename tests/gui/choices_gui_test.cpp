@@ -99,5 +99,23 @@ TEST_F(ChoicesGuiTest, EscapeInTheOptionsInstallsNothing) {
   EXPECT_FALSE(fs::exists(At("xdg-open.log")));
 }
 
+TEST_F(ChoicesGuiTest, QuitDuringTheDownloadLeavesNoFileOfIt) {
+  Start();
+  PressInstall();
+  x->Click(Expect("^Pick Your Edition$", "choice"), kContinueX, kContinueY);
+  const std::string options = Expect("^Select Options$", "options");
+  x->Click(options, kRowX, RowY(2));
+  x->Click(options, kContinueX, kContinueY);
+  ChooseFolder(At("target"));
+  for (int i = 0; i < 50 && server.Requests().empty(); ++i) std::this_thread::sleep_for(100ms);
+  std::this_thread::sleep_for(300ms);
+  x->Click(main, 244, 208);  // Quit
+  EXPECT_EQ(Finish(), 0);
+  std::vector<std::string> names;
+  for (auto& e : fs::directory_iterator(At("target/WeatherStation"))) names.push_back(e.path().filename().string());
+  std::sort(names.begin(), names.end());
+  EXPECT_EQ(names, (std::vector<std::string>{"Plugins", "README.txt", "bin", "edition.txt"}));
+}
+
 }  // namespace
 }  // namespace ostrel::test
