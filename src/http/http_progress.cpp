@@ -21,10 +21,12 @@ THttpProgress::THttpProgress()
 
 bool THttpProgress::TransferDone() const { return fKvHttp && fKvHttp->fDone.load(std::memory_order_acquire); }
 
+// The timers stop first, while the window is still shown, so that the
+// backend hears of it.
 void THttpProgress::EndWait() {
-  Hide();
   SecondTimer.SetMode(fw::kTimerOff);
   DoneTimer.SetMode(fw::kTimerOff);
+  Hide();
 }
 
 void THttpProgress::SecondTimer_Action() {

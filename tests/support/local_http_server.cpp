@@ -1,6 +1,9 @@
 #include "support/local_http_server.h"
 
 #include <arpa/inet.h>
+#include <openssl/evp.h>
+#include <openssl/ssl.h>
+#include <openssl/x509.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -23,15 +26,27 @@ const char* StatusText(int status) {
   }
 }
 
-bool SendAll(int fd, const char* data, size_t size) {
-  while (size > 0) {
-    const ssize_t n = send(fd, data, size, MSG_NOSIGNAL);
-    if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) return false;
-    data += n;
-    size -= static_cast<size_t>(n);
+// A context with a fresh key and a certificate for 127.0.0.1 signed by itself.
+std::shared_ptr<void> SelfSignedContext() {
+  SSL_CTX* ctx = SSL_CTX_new(TLS_server_method());
+  EVP_PKEY* key = EVP_EC_gen("P-256");
+  X509* cert = X509_new();
+  ASN1_INTEGER_set(X509_get_serialNumber(cert), 1);
+  X509_gmtime_adj(X509_getm_notBefore(cert), -3600);
+  X509_gmtime_adj(X509_getm_notAfter(cert), 3600);
+  X509_set_pubkey(cert, key);
+  X509_NAME* name = X509_get_subject_name(cert);
+  X509_NAME_add_entry_by_txt(name, "CN", MBSTRING_ASC, reinterpret_cast<const unsigned char*>("127.0.0.1"), -1, -1, 0);
+  X509_set_issuer_name(cert, name);
+  const bool ok = ctx && key && X509_sign(cert, key, EVP_sha256()) > 0 && SSL_CTX_use_certificate(ctx, cert) == 1 &&
+                  SSL_CTX_use_PrivateKey(ctx, key) == 1;
+  X509_free(cert);
+  EVP_PKEY_free(key);
+  if (!ok) {
+    SSL_CTX_free(ctx);
+    throw std::runtime_error("the test server cannot make its certificate");
   }
-  return true;
+  return std::shared_ptr<void>(ctx, [](void* c) { SSL_CTX_free(static_cast<SSL_CTX*>(c)); });
 }
 
 std::string HeaderValue(const std::string& head, const std::string& name) {
@@ -47,6 +62,28 @@ std::string HeaderValue(const std::string& head, const std::string& name) {
 
 }  // namespace
 
+// One client's socket, plain or through TLS.
+struct LocalHttpServer::Connection {
+  int fd;
+  SSL* ssl = nullptr;
+  ~Connection() {
+    if (ssl) SSL_free(ssl);
+  }
+  ssize_t Read(char* buffer, size_t size) {
+    return ssl ? SSL_read(ssl, buffer, static_cast<int>(size)) : recv(fd, buffer, size, 0);
+  }
+  bool Write(const char* data, size_t size) {
+    while (size > 0) {
+      const ssize_t n = ssl ? SSL_write(ssl, data, static_cast<int>(size)) : send(fd, data, size, MSG_NOSIGNAL);
+      if (n < 0 && !ssl && errno == EINTR) continue;
+      if (n <= 0) return false;
+      data += n;
+      size -= static_cast<size_t>(n);
+    }
+    return true;
+  }
+};
+
 // A generated body repeats one block of this size.
 constexpr size_t kBlock = 1 << 20;
 
@@ -59,7 +96,8 @@ std::string LocalHttpServer::Pattern(int64_t size) {
   return s;
 }
 
-LocalHttpServer::LocalHttpServer() {
+LocalHttpServer::LocalHttpServer(bool selfSignedTls) {
+  if (selfSignedTls) tls_ = SelfSignedContext();
   listener_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
   sockaddr_in a{};
   a.sin_family = AF_INET;
@@ -117,11 +155,18 @@ void LocalHttpServer::AcceptLoop() {
 }
 
 void LocalHttpServer::Serve(int fd) {
+  Connection c{fd};
   std::string in;
   char buffer[16384];
-  size_t headEnd;
-  while ((headEnd = in.find("\r\n\r\n")) == std::string::npos) {
-    const ssize_t n = recv(fd, buffer, sizeof buffer, 0);
+  size_t headEnd = std::string::npos;
+  bool accepted = true;
+  if (tls_) {
+    c.ssl = SSL_new(static_cast<SSL_CTX*>(tls_.get()));
+    SSL_set_fd(c.ssl, fd);
+    accepted = SSL_accept(c.ssl) == 1;  // false when the client does not trust us
+  }
+  while (accepted && (headEnd = in.find("\r\n\r\n")) == std::string::npos) {
+    const ssize_t n = c.Read(buffer, sizeof buffer);
     if (n <= 0) break;
     in.append(buffer, static_cast<size_t>(n));
   }
@@ -137,7 +182,7 @@ void LocalHttpServer::Serve(int fd) {
     const size_t length = static_cast<size_t>(std::atoll(HeaderValue(head, "content-length").c_str()));
     seen.body = in.substr(headEnd + 4);
     while (seen.body.size() < length) {
-      const ssize_t n = recv(fd, buffer, sizeof buffer, 0);
+      const ssize_t n = c.Read(buffer, sizeof buffer);
       if (n <= 0) break;
       seen.body.append(buffer, static_cast<size_t>(n));
     }
@@ -147,7 +192,7 @@ void LocalHttpServer::Serve(int fd) {
     if (it != routes_.end()) reply = it->second;
     else reply = {.status = 404, .body = "no such path: " + seen.path};
   }
-  if (headEnd != std::string::npos && !Answer(fd, reply)) {
+  if (headEnd != std::string::npos && !Answer(c, reply)) {
     // Silent: hold the connection open until the server ends.
     std::unique_lock<std::mutex> lock(mutex_);
     stopped_.wait(lock, [this] { return stopping_.load(); });
@@ -158,7 +203,7 @@ void LocalHttpServer::Serve(int fd) {
 }
 
 // False for a silent reply, which sends nothing.
-bool LocalHttpServer::Answer(int fd, const HttpReply& r) {
+bool LocalHttpServer::Answer(Connection& c, const HttpReply& r) {
   if (r.silent) return false;
   const int64_t size = r.generated >= 0 ? r.generated : static_cast<int64_t>(r.body.size());
   std::string head = "HTTP/1.1 " + std::to_string(r.status) + " " + StatusText(r.status) + "\r\nConnection: close\r\n";
@@ -166,7 +211,7 @@ bool LocalHttpServer::Answer(int fd, const HttpReply& r) {
   if (announced >= 0) head += "Content-Length: " + std::to_string(announced) + "\r\n";
   if (!r.location.empty()) head += "Location: " + r.location + "\r\n";
   head += "\r\n";
-  if (!SendAll(fd, head.data(), head.size())) return true;
+  if (!c.Write(head.data(), head.size())) return true;
 
   // A generated body goes out from one block of the pattern, again and again.
   const std::string block = r.generated >= 0 ? Pattern(std::min<int64_t>(size, kBlock)) : r.body;
@@ -179,10 +224,11 @@ bool LocalHttpServer::Answer(int fd, const HttpReply& r) {
     const size_t offset = static_cast<size_t>(sent % static_cast<int64_t>(block.size()));
     const size_t n = static_cast<size_t>(std::min<int64_t>({static_cast<int64_t>(piece), size - sent,
                                                              static_cast<int64_t>(block.size() - offset)}));
-    if (!SendAll(fd, block.data() + offset, n)) break;
+    if (!c.Write(block.data() + offset, n)) break;
     sent += static_cast<int64_t>(n);
   }
-  shutdown(fd, SHUT_WR);
+  if (c.ssl) SSL_shutdown(c.ssl);
+  shutdown(c.fd, SHUT_WR);
   return true;
 }
 

@@ -11,6 +11,7 @@
 #include <condition_variable>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -35,7 +36,9 @@ struct HttpRequestSeen {
 
 class LocalHttpServer {
  public:
-  LocalHttpServer();   // listening once constructed; throws when it cannot
+  // Listening once constructed; throws when it cannot. With `selfSignedTls`
+  // it speaks https only, with a certificate that nobody trusts.
+  explicit LocalHttpServer(bool selfSignedTls = false);
   ~LocalHttpServer();  // ends every connection, silent ones too
   LocalHttpServer(const LocalHttpServer&) = delete;
   LocalHttpServer& operator=(const LocalHttpServer&) = delete;
@@ -49,10 +52,12 @@ class LocalHttpServer {
   static std::string Pattern(int64_t size);
 
  private:
+  struct Connection;
   void AcceptLoop();
   void Serve(int fd);
-  bool Answer(int fd, const HttpReply& r);
+  bool Answer(Connection& c, const HttpReply& r);
 
+  std::shared_ptr<void> tls_;  // the TLS context, when there is one
   int listener_ = -1;
   int port_ = 0;
   std::atomic<bool> stopping_{false};

@@ -54,6 +54,14 @@ TEST_F(HttpTest, ABrokenTransferAnswersEmpty) {
   EXPECT_EQ(GlobalsKv::HttpGet("not a url", 60), "");
 }
 
+TEST_F(HttpTest, ACertificateThatNobodyVouchesForIsRefused) {
+  LocalHttpServer tls(true);
+  tls.Route("/ok", {.body = "served over TLS"});
+  const std::string url = "https://127.0.0.1:" + std::to_string(tls.Port()) + "/ok";
+  EXPECT_EQ(GlobalsKv::HttpGet(url, 60), "");
+  EXPECT_TRUE(tls.Requests().empty());
+}
+
 TEST_F(HttpTest, SilenceEndsTheWaitButASlowDripDoesNot) {
   // About five virtual seconds between pieces, two and a half minutes in all.
   server.Route("/drip", {.body = LocalHttpServer::Pattern(3000), .dripBytes = 100, .dripPause = 100ms});
