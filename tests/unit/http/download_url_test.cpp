@@ -89,7 +89,10 @@ TEST_F(DownloadUrlTest, ALargeBodyStreamsIntoItsFileThroughLittleMemory) {
   EXPECT_EQ(answer.length, kSize);
   EXPECT_EQ(announced, kSize);
   EXPECT_EQ(static_cast<int64_t>(fs::file_size(At("large"))), kSize);
+#ifndef __SANITIZE_ADDRESS__
+  // (The address sanitizer holds freed memory back, so its build is not measured.)
   EXPECT_LT(peak - before, 64u << 20);
+#endif
   // The pattern's blocks follow each other unchanged to the end.
   std::ifstream in(At("large"), std::ios::binary);
   in.seekg(kSize - (1 << 20));
