@@ -22,6 +22,8 @@ struct Transfer {
     // The thread has made the transfer object once it ends; the wait needs it.
     thread.Join();
 
+    // No size keeps it off the screen; the window model has no position to
+    // move it out of sight as well.
     THttpProgress dialog;
     dialog.SetSize(0, 0);
     dialog.fSecond = 0;
