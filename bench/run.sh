@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
 # Measures the installer's own file work against the standard tools, side by
 # side in one run, and prints one table (also written to bench/latest.md).
+# The download row fetches 1 GiB from the project's own server on
+# 127.0.0.1 through the stub's HTTP client, and the same URL with curl.
 #   bench/run.sh [RUNS]        RUNS timed runs of each, 3 unless given
 # The corpus (about 20,000 files in 2,500 folders, 600 MB, and one 1 GiB
 # file) is made in a private tmpfs when one can be mounted (as root), else in
@@ -15,8 +17,9 @@ build="$root/build-bench"
 
 "$root/scripts/ensure-deps.sh"
 cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DOSTREL_TESTS=OFF -DOSTREL_BENCH=ON >/dev/null
-ninja -C "$build" ostrel-bench ostrel-stub ostrel-bundle >&2
+ninja -C "$build" ostrel-bench ostrel-bench-net ostrel-stub ostrel-bundle >&2
 bench="$build/ostrel-bench"
+net="$build/ostrel-bench-net"
 
 # Scratch space: a tmpfs of our own, /dev/shm, or what the caller gave.
 mounted=""
@@ -37,8 +40,10 @@ else
   fi
 fi
 xvfb=""
+server_in=""
 cleanup() {
   [ -n "$xvfb" ] && kill "$xvfb" 2>/dev/null
+  [ -n "$server_in" ] && exec {server_in}>&-
   if [ -n "$mounted" ]; then umount "$mounted" && rmdir "$mounted"; else rm -rf "$s"; fi
 }
 trap cleanup EXIT
@@ -58,6 +63,11 @@ timed() {
 }
 fresh() { rm -rf "$1"; mkdir -p "$1"; }
 
+# The local server for the download row; it ends when its input closes.
+coproc SERVER { "$net" serve $((1 << 30)); }
+server_in="${SERVER[1]}"
+read -r url <&"${SERVER[0]}"
+
 # One untimed pass of each over the same files first: the first reading of
 # a file just written costs the kernel extra, whichever tool comes first.
 "$bench" unscramble "$s/big"
@@ -65,6 +75,8 @@ dd if="$s/big" of="$s/big.dd" bs=1M status=none
 rm -f "$s/big.dd"
 fresh "$s/x"; "$bench" expand "$s/payload.zip" "$s/x"
 fresh "$s/x"; unzip -q "$s/payload.zip" -d "$s/x"
+"$net" download "$url" "$s/dl" >/dev/null; rm -f "$s/dl"
+curl -s -o "$s/dl" "$url"; rm -f "$s/dl"
 
 # Each piece of work, ours and the peers'; odd runs take ours first, even runs
 # last, so that neither side always meets the memory the other just freed.
@@ -80,10 +92,12 @@ delete_ours() { fresh "$s/x"; cp -a "$s/src/Corpus" "$s/x/"; timed delete-ours "
 delete_peers() { fresh "$s/x"; cp -a "$s/src/Corpus" "$s/x/"; timed delete-rm rm -rf "$s/x/Corpus"; }
 copy_ours() { fresh "$s/x"; timed copy-ours "$bench" copy "$s/src/Corpus" "$s/x/Corpus"; }
 copy_peers() { fresh "$s/x"; timed copy-cp cp -a "$s/src/Corpus" "$s/x/Corpus"; }
+download_ours() { timed download-ours "$net" download "$url" "$s/dl"; rm -f "$s/dl"; }
+download_peers() { timed download-curl curl -s -o "$s/dl" "$url"; rm -f "$s/dl"; }
 
 for run in $(seq "$runs"); do
   echo "Run $run of $runs" >&2
-  for work in expand unscramble delete copy; do
+  for work in expand unscramble delete copy download; do
     if [ $((run % 2)) -eq 1 ]; then "${work}_ours"; "${work}_peers"; else "${work}_peers"; "${work}_ours"; fi
   done
 done
@@ -165,6 +179,7 @@ table="$(
   row "unscramble 1 GiB" unscramble-ours "dd bs=1M" unscramble-dd 1.3
   row "delete the tree" delete-ours "rm -rf" delete-rm 0.8
   row "copy the tree" copy-ours "cp -a" copy-cp 0.6
+  row "download 1 GiB from 127.0.0.1" download-ours "curl -s -o" download-curl 1.2
   row "whole installation, Install to end" install-ours "cp -r of the tree" install-cp ""
 )"
 echo "$table" | tee "$root/bench/latest.md"

@@ -6,10 +6,10 @@ set -euo pipefail
 packages=(
   build-essential cmake ninja-build ccache pkg-config
   qt6-base-dev libgl-dev
-  libarchive-dev libdeflate-dev zlib1g-dev
+  libarchive-dev libdeflate-dev zlib1g-dev libssl-dev ca-certificates
   libgtest-dev libgmock-dev
   xvfb xdotool x11-utils imagemagick fonts-dejavu-core xclip
-  unzip zip libarchive-tools
+  unzip zip libarchive-tools curl
 )
 
 missing=()

@@ -11,6 +11,7 @@
 #include "core/ostrel_stub_window.h"
 #include "framework/qt/qt_platform.h"
 #include "framework/qt/qt_ui.h"
+#include "framework/qtnet/qt_http_transport.h"
 #include "framework/runtime.h"
 #include "payload/archives.h"
 
@@ -26,6 +27,8 @@ int main(int argc, char** argv) {
   fw::qt::QtPlatform platform;
   fw::qt::QtUI ui;
   fw::Install(&platform, &ui);
+  fw::qtnet::QtHttpTransport http;
+  fw::InstallHttpTransport(&http);
 
   std::unique_ptr<OstrelStubWindow> window;
   std::optional<int> code = fw::RunGuarded([&] {
@@ -42,6 +45,7 @@ int main(int argc, char** argv) {
 
   // Windows release their widgets while the backends still stand.
   window.reset();
+  fw::InstallHttpTransport(nullptr);
   fw::Install(nullptr, nullptr);
   return *code;
 }

@@ -98,6 +98,12 @@ class OstrelStubWindow : public fw::Window {
   bool SelectChoiceAndOptions(std::string& choices, std::string& options);
   void ExpandChoiceAndOptions(const std::string& choices, const std::string& options);
 
+  // --- HTTP (http/).
+  // Fetches the archive at `url` beside `folder`, checks it against `pin`
+  // (the entry's fifth sub-field), expands it into `folder` and removes it.
+  bool DownloadURL(const std::string& url, const std::string& fileName, const std::string& folder, bool staged,
+                   const std::string& pin = std::string());
+
   // --- Scripted actions (actions/).
   bool DoExecuteBefore();
   void PreInstallCopy();

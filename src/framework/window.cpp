@@ -33,6 +33,8 @@ FW_SETTER(SetCancel, cancel_)
 FW_SETTER(SetValue, value_)
 FW_SETTER(SetMaximum, maximum_)
 FW_SETTER(SetHelpTag, helpTag_)
+FW_SETTER(SetPeriod, period_)
+FW_SETTER(SetMode, mode_)
 FW_SETTER(SetMultiline, multiline_)
 FW_SETTER(SetCentered, centered_)
 FW_SETTER(SetUnderline, underline_)
@@ -55,6 +57,12 @@ void Control::Press() {
     for (auto& c : owner_->Controls())
       if (c->kind() == ControlKind::RadioButton) c->SetValue(c.get() == this ? 1 : 0);
   }
+  if (Action) Action();
+}
+
+void Control::FireTimer() {
+  if (kind_ != ControlKind::Timer || mode_ == kTimerOff) return;
+  if (mode_ == kTimerSingle) SetMode(kTimerOff);
   if (Action) Action();
 }
 

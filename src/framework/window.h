@@ -23,7 +23,11 @@ enum class ControlKind {
   RadioButton,
   CheckBox,
   HTMLViewer,
+  Timer,  // no face of its own: fires its action every period while its mode is not off
 };
+
+// How a timer runs: off, once (then off again), or every period.
+enum TimerMode { kTimerOff = 0, kTimerSingle = 1, kTimerMultiple = 2 };
 
 struct Rect {
   int left = 0, top = 0, width = 0, height = 0;
@@ -77,6 +81,15 @@ class Control {
   int64_t Maximum() const { return maximum_; }
   void SetMaximum(int64_t v);
 
+  // Timer: the period in milliseconds and the mode (TimerMode).
+  int Period() const { return period_; }
+  void SetPeriod(int milliseconds);
+  int Mode() const { return mode_; }
+  void SetMode(int mode);
+  // What the backend calls when a timer's period has passed: nothing when
+  // its mode is off; a single timer turns itself off before the action runs.
+  void FireTimer();
+
   const std::string& HelpTag() const { return helpTag_; }
   void SetHelpTag(std::string t);
   const Anchors& anchors() const { return anchors_; }
@@ -122,6 +135,7 @@ class Control {
   std::string caption_;
   bool visible_ = true, enabled_ = true, default_ = false, cancel_ = false;
   int64_t value_ = 0, maximum_ = 100;
+  int period_ = 1000, mode_ = kTimerOff;
   std::string helpTag_;
   Anchors anchors_;
   bool multiline_ = false, centered_ = false, underline_ = false, readOnly_ = false;

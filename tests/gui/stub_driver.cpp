@@ -40,11 +40,12 @@ void StubDriverTest::BuildAndStart(const bundler::SetupDescription& d) {
   env["TMPDIR"] = At("tmp");
   env["XDG_RUNTIME_DIR"] = At("runtime");
   env["XDG_CONFIG_HOME"] = At("home/.config");
+  for (const auto& [name, value] : extraEnv) env[name] = value;
   stub = std::make_unique<Process>(std::vector<std::string>{exe}, env);
 }
 
 void StubDriverTest::Shot(const std::string& windowId, const std::string& name) {
-  char prefix[8];
+  char prefix[16];
   snprintf(prefix, sizeof prefix, "%02d-", ++shots);
   EXPECT_TRUE(x->Screenshot(windowId, shotDir + "/" + prefix + name + ".png")) << name;
 }
@@ -68,6 +69,13 @@ void StubDriverTest::ChooseFolder(const std::string& path) {
 }
 
 std::optional<int> StubDriverTest::Finish() { return stub->Wait(60s); }
+
+void StubDriverTest::ChooseFolder(const std::string& path) {
+  const std::string chooser = Expect("^Select Folder$", "folder-chooser");
+  x->Key(chooser, "ctrl+a");
+  x->Type(chooser, path);
+  x->Key(chooser, "Return");
+}
 
 namespace {
 

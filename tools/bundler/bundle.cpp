@@ -12,6 +12,7 @@
 
 #include "bundler/action_list_check.h"
 #include "bundler/cleanup_archive.h"
+#include "bundler/choice_archives.h"
 #include "bundler/demo_payload.h"
 #include "bundler/payload_zip.h"
 #include "bundler/pixel_strings.h"
@@ -86,6 +87,7 @@ std::string BuildBundle(const SetupDescription& description, const std::string& 
   CheckPlainName(d.executableName, "the executable's name");
   CheckPlainName(d.targetFolder, "the target");
   if (d.timeStamp.empty()) d.timeStamp = CurrentTimeStamp();
+  PrepareChoiceFields(d);
   if (d.payloadFolder.empty() == (d.generatedPayloadFiles <= 0))
     throw BadInput("a setup needs one payload: a folder, or a generated demo payload");
   struct stat st;
@@ -98,7 +100,7 @@ std::string BuildBundle(const SetupDescription& description, const std::string& 
   const PictureFields pictures{PictureField(d.logo, "logo"), PictureField(d.picture, "picture"),
                                PictureField(d.background, "background")};
   const std::string data = ViewConst::Encrypt(DataRecordText(d, pictures));
-  const std::string textData = TextRecordText(d);
+  std::string textData = TextRecordText(d);
 
   fs::create_directories(outputFolder);
   const fs::path out = fs::canonical(outputFolder);
@@ -122,6 +124,9 @@ std::string BuildBundle(const SetupDescription& description, const std::string& 
     fs::copy_file(stubBinary, executable);
     fs::permissions(executable, static_cast<fs::perms>(0755));
     WriteBytes(resources / "Data", data);
+    // The record names the choice and option archives with their pins.
+    PackChoiceArchives(d, resources.string(), out.string());
+    textData = TextRecordText(d);
     WriteBytes(resources / "TextData", textData);
     // A patch setup's archive carries the patch folder, expanded beside the target.
     const std::string top = d.targetFolder + (d.installationPatch ? "Patch" : "");

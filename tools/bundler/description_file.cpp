@@ -13,6 +13,7 @@
 #include <optional>
 #include <sstream>
 
+#include "bundler/choice_archives.h"
 #include "bundler/text_values.h"
 
 namespace ostrel::bundler {
@@ -59,6 +60,7 @@ class Parser {
     if (key.empty()) Fail("a line has a value but no key");
 
     Handler handler = LabelHandler(key);
+    if (!handler) handler = ChoiceHandler(key);
     if (!handler) {
       auto it = handlers_.find(key);
       if (it == handlers_.end()) Fail("unknown key \"" + key + "\"");
@@ -82,6 +84,25 @@ class Parser {
       std::string label = Text(v);
       if (label.find('|') != std::string::npos) Fail("a custom label cannot hold \"|\", the labels' separator");
       d_.labels[n] = label;
+    };
+  }
+
+  // "choice.N..." and "option.N..."; no handler for any other key.
+  Handler ChoiceHandler(const std::string& key) {
+    if (key.rfind("choice.", 0) != 0 && key.rfind("option.", 0) != 0) return nullptr;
+    auto endsWith = [&key](const std::string& tail) {
+      return key.size() > tail.size() && key.compare(key.size() - tail.size(), tail.size(), tail) == 0;
+    };
+    const bool path = endsWith(".payload") || endsWith(".sha256_of");
+    return [this, key, path](const std::string& v) {
+      try {
+        // A folder or file is named as "payload" names one, "@" in front or not.
+        SetChoiceKey(d_, key, path ? (v.size() > 1 && v[0] == '@' ? Trim(v.substr(1)) : v) : Text(v), base_);
+      } catch (const DescriptionError&) {
+        throw;
+      } catch (const BadInput& e) {
+        Fail(e.what());
+      }
     };
   }
 

@@ -128,18 +128,36 @@ class ZipWriter {
 
 }  // namespace
 
-ZipSummary WritePayloadZip(const std::string& folder, const std::string& topName, const std::string& zipPath) {
+namespace {
+
+// The folder itself may be reached through a link; its content is stored as it is.
+std::string RealFolder(const std::string& folder) {
   struct stat st;
   if (stat(folder.c_str(), &st) != 0 || !S_ISDIR(st.st_mode))
     throw BadInput("the payload folder " + folder + " does not exist or is not a folder");
-  if (topName.empty() || topName.find('/') != std::string::npos || topName == "." || topName == "..")
-    throw BadInput("the target \"" + topName + "\" must be a plain folder name");
-  // The folder itself may be reached through a link; its content is stored as it is.
   std::unique_ptr<char, decltype(&free)> real(realpath(folder.c_str(), nullptr), free);
   if (!real) throw std::runtime_error("cannot resolve " + folder + ": " + std::strerror(errno));
+  return real.get();
+}
+
+}  // namespace
+
+ZipSummary WritePayloadZip(const std::string& folder, const std::string& topName, const std::string& zipPath) {
+  const std::string real = RealFolder(folder);
+  if (topName.empty() || topName.find('/') != std::string::npos || topName == "." || topName == "..")
+    throw BadInput("the target \"" + topName + "\" must be a plain folder name");
   ZipSummary sum;
   ZipWriter zip(zipPath);
-  zip.Add(real.get(), topName, sum);
+  zip.Add(real, topName, sum);
+  zip.Close();
+  return sum;
+}
+
+ZipSummary WriteContentZip(const std::string& folder, const std::string& zipPath) {
+  const std::string real = RealFolder(folder);
+  ZipSummary sum;
+  ZipWriter zip(zipPath);
+  for (const auto& child : SortedNames(real)) zip.Add(real + "/" + child, child, sum);
   zip.Close();
   return sum;
 }

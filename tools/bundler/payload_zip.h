@@ -19,4 +19,8 @@ struct ZipSummary {
 // std::runtime_error when the archive cannot be written.
 ZipSummary WritePayloadZip(const std::string& folder, const std::string& topName, const std::string& zipPath);
 
+// The same with the folder's content at the archive's top level, as a
+// choice's or option's archive is expanded into its folder.
+ZipSummary WriteContentZip(const std::string& folder, const std::string& zipPath);
+
 }  // namespace ostrel::bundler

@@ -30,6 +30,21 @@ struct PictureSource {
   bool Empty() const { return pngPath.empty() && pixels.empty(); }
 };
 
+// One choice or option given by numbered keys ("choice.N", "option.N.url").
+// The builder packs `payloadFolder` as a plain zip into Contents/Resources,
+// or, for an option, leaves `url` for the installer to download.
+struct ChoiceEntry {
+  std::string caption;
+  std::string payloadFolder;
+  std::string url;
+  std::string folder;  // below the target; empty: the target itself
+  std::string help;
+  std::string sha256;  // a URL option's pin, when known
+  // A URL option's content: packed beside the bundle as the archive to put
+  // at the URL, and pinned.
+  std::string uploadFolder;
+};
+
 struct SetupDescription {
   // --- The bundle: "<bundleName>.app/Contents/MacOS/<executableName>".
   std::string bundleName;
@@ -58,8 +73,10 @@ struct SetupDescription {
   std::string copyright;
   std::string windowTitle;
   bool installationPatch = false;
-  std::string installChoices;
+  std::string installChoices;  // as the record holds it; or from choiceEntries
   std::string installOptions;
+  std::vector<ChoiceEntry> choiceEntries;
+  std::vector<ChoiceEntry> optionEntries;
   std::string minOS;
   std::string minRAM;
   std::string completionURL;
@@ -84,5 +101,8 @@ struct SetupDescription {
 
 // The highest custom label index the installer reads.
 constexpr int kLastLabelIndex = 26;
+
+// The choice and option dialogs have ten rows each.
+constexpr int kMaxChoiceEntries = 10;
 
 }  // namespace ostrel::bundler

@@ -7,6 +7,7 @@
 #include <QLabel>
 #include <QTextBrowser>
 #include <QTextDocument>
+#include <QTimer>
 #include <functional>
 #include <memory>
 
@@ -73,6 +74,13 @@ class HtmlView : public QTextBrowser {
 
  protected:
   QVariant loadResource(int type, const QUrl& name) override;
+};
+
+// A timer: never seen; its QTimer follows the model's period and mode.
+class TimerWidget : public QWidget {
+ public:
+  explicit TimerWidget(QWidget* parent) : QWidget(parent) { hide(); }
+  QTimer timer;
 };
 
 }  // namespace fw::qt

@@ -54,7 +54,12 @@ void QtUI::Hide(Window& w) {
 
 void QtUI::ShowModal(Window& w) {
   WindowWidget& widget = WidgetOf(w);
-  widget.setWindowModality(Qt::ApplicationModal);
+  // A window of no size is a wait that nobody sees (the HTTP wait): its
+  // timers run in the loop, nothing comes on screen, and the other windows
+  // stay as alive as during any other wait of the installer.
+  const bool unseen = w.Width() <= 0 || w.Height() <= 0;
+  if (unseen) widget.Sync();
+  else widget.setWindowModality(Qt::ApplicationModal);
   QEventLoop loop;
   widget.modalLoop = &loop;
   const std::function<void()> interrupt = [&loop] { loop.exit(); };
@@ -65,7 +70,7 @@ void QtUI::ShowModal(Window& w) {
   };
   try {
     RunWait(interrupt, [&] {
-      Present(widget);
+      if (!unseen) Present(widget);
       // A handler may have hidden it already while it appeared.
       if (w.Visible() && !Ending()) loop.exec(QEventLoop::DialogExec);
     });

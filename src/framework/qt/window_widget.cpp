@@ -123,6 +123,15 @@ QWidget* WindowWidget::MakeWidget(Control& c) {
       });
       return b;
     }
+    case ControlKind::Timer: {
+      auto* t = new TimerWidget(this);
+      connect(&t->timer, &QTimer::timeout, this, [control, alive] {
+        Dispatch([control, alive] {
+          if (alive()) control->FireTimer();
+        });
+      });
+      return t;
+    }
     case ControlKind::HTMLViewer: {
       auto* view = new HtmlView(this);
       view->onLink = [alive](const QUrl& url) {
@@ -241,7 +250,19 @@ void WindowWidget::SyncControl(Item& item) {
     case ControlKind::HTMLViewer:
       SyncText(item);
       break;
+    case ControlKind::Timer: {
+      QTimer& timer = static_cast<TimerWidget*>(w)->timer;
+      const int period = std::max(c.Period(), 1);
+      if (timer.interval() != period) timer.setInterval(period);
+      if (c.Mode() == kTimerOff)
+        timer.stop();
+      else if (!timer.isActive())
+        timer.start();
+      return;  // never shown
+    }
   }
+  const QString tip = ToQString(c.HelpTag());
+  if (w->toolTip() != tip) w->setToolTip(tip);
   w->setVisible(c.Visible());
 }
 

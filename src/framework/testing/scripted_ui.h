@@ -2,6 +2,10 @@
 // to the next scripted answer, which sees the whole model (title, size,
 // captions, geometry) and presses a control as a person would. A modal
 // window that no answer expects, or that an answer leaves open, fails the test.
+// A modal window with a running timer is not answered: its timers fire on a
+// virtual clock until it hides itself, each virtual second passing in
+// `timerPace` milliseconds of real time, so that a minute's wait on a real
+// server costs about a second.
 #pragma once
 
 #include <deque>
@@ -23,6 +27,8 @@ struct Seen {
     std::string name, caption;
     Rect geometry;
     bool visible, enabled, isDefault, isCancel;
+    std::string helpTag;
+    int64_t value = 0;
   };
   std::vector<ControlState> controls;
   const ControlState* Find(const std::string& name) const;
@@ -53,6 +59,12 @@ class ScriptedUI : public UI {
   std::deque<std::optional<std::string>> folderAnswers;  // answers for the folder chooser
   std::vector<FolderDialog> folderDialogs;
   int changes = 0;
+  int timerPace = 20;        // real milliseconds for one virtual second of a timer
+  int64_t timerClockMs = 0;  // virtual time that timers have run, over all windows
+  int64_t timerFires = 0;
+
+ private:
+  void RunTimers(Window& w);
 };
 
 }  // namespace fw::testing
