@@ -70,13 +70,6 @@ void StubDriverTest::ChooseFolder(const std::string& path) {
 
 std::optional<int> StubDriverTest::Finish() { return stub->Wait(60s); }
 
-void StubDriverTest::ChooseFolder(const std::string& path) {
-  const std::string chooser = Expect("^Select Folder$", "folder-chooser");
-  x->Key(chooser, "ctrl+a");
-  x->Type(chooser, path);
-  x->Key(chooser, "Return");
-}
-
 namespace {
 
 struct Entry {

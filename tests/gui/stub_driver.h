@@ -27,8 +27,6 @@ class StubDriverTest : public SandboxTest {
   void ChooseFolder(const std::string& path);
   // Waits for the stub to end; its exit code.
   std::optional<int> Finish();
-  // Types a folder's path into the folder chooser and confirms it.
-  void ChooseFolder(const std::string& path);
 
   std::map<std::string, std::string> extraEnv;  // for the stub, over the session's
   std::string bundlePath;
