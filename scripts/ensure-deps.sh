@@ -6,7 +6,7 @@ set -euo pipefail
 packages=(
   build-essential cmake ninja-build ccache pkg-config
   qt6-base-dev libgl-dev
-  libarchive-dev libdeflate-dev zlib1g-dev
+  libarchive-dev libdeflate-dev zlib1g-dev libssl-dev
   libgtest-dev libgmock-dev
   xvfb xdotool x11-utils imagemagick fonts-dejavu-core
   unzip zip libarchive-tools

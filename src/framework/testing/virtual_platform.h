@@ -1,8 +1,10 @@
 // Test seam for the platform: a virtual clock that the event loop advances,
 // injected special folders and system facts, recorded launches and URLs, and
-// an in-memory clipboard. A wait of 180 ticks costs no real time.
+// an in-memory clipboard, injected discs and recorded ejections and
+// quarantine clearings. A wait of 180 ticks costs no real time.
 #pragma once
 
+#include <functional>
 #include <map>
 #include <mutex>
 #include <string>
@@ -33,6 +35,11 @@ class VirtualPlatform : public Platform {
   std::string ClipboardText() override;
   void SetClipboardText(const std::string& text) override;
   void BringToFront() override { ++broughtToFront; }
+  // True for a folder in (or below) one of `discFolders`.
+  bool FolderIsOnDisc(const std::string& folder) override;
+  // Records the folder, then lets the test swap the disc by `onEject`.
+  void EjectDisc(const std::string& folder) override;
+  void ClearQuarantine(const std::string& path, const std::string& password) override;
 
   int64_t ticks = 0;
   int64_t doEventsCalls = 0;
@@ -43,6 +50,13 @@ class VirtualPlatform : public Platform {
   std::vector<Launched> launches;
   std::vector<std::string> urls;
   int broughtToFront = 0;
+  std::vector<std::string> discFolders;
+  std::vector<std::string> ejected;
+  std::function<void(const std::string& folder)> onEject;
+  struct QuarantineClearing {
+    std::string path, password;
+  };
+  std::vector<QuarantineClearing> quarantineClearings;
 
  private:
   std::mutex clipboardMutex_;
