@@ -6,6 +6,7 @@
 #include "fileutil/view_const.h"
 #include "framework/runtime.h"
 #include "payload/archives.h"
+#include "payload/manifest.h"
 
 using namespace ViewConst;
 
@@ -109,7 +110,7 @@ void OstrelStubWindow::ExpandFolder() {
   if (FileExists(payload.firstPiece))
     CombineSplitSetup(payload.firstPiece, archive);
   else
-    copied = CopyFile(payload.data2, archive);
+    copied = ostrel::PayloadFileIsIntact(payload.data2) && CopyFile(payload.data2, archive);
   if (!copied) fw::MsgBox(CustomLabel("Installation Failed", Label(13)));
   EncryptDecryptFileEnd(archive, false);
 
