@@ -43,8 +43,9 @@ void OstrelStubWindow::ExpandFolder() {
   InfoBtn.SetVisible(false);
   PayloadPaths payload = FindPayload(fExecuteAfterName);
 
-  // A relocated copy of the installer takes over from here.
-  if (RelocateInstaller(payload.firstPiece)) return;
+  // A relocated copy of the installer takes over from here, and this
+  // process has nothing left to do.
+  if (RelocateInstaller(payload.firstPiece)) fw::Quit(0);
   PreInstallCopy();
 
   // The target: directly in Applications, or where the user says.
