@@ -15,4 +15,10 @@ constexpr size_t kReadChunk = size_t(1) << 20;
 // errno that stopped it; `readFailed` tells whether that was the reading's.
 int ReadInChunks(int fd, const std::function<int(const char* data, size_t size)>& take, bool& readFailed);
 
+// Copies `in`, from its current offset to its end, onto `out` at its current
+// offset, by the kernel where it can (no bytes pass through our memory),
+// telling `took` each chunk's size. Answers as ReadInChunks does; a failure
+// is the reading's when the source cannot be read where the copy stopped.
+int CopyInChunks(int in, int out, const std::function<void(size_t size)>& took, bool& readFailed);
+
 }  // namespace ostrel
