@@ -3,9 +3,9 @@
 # side in one run, and prints one table (also written to bench/latest.md).
 #   bench/run.sh [RUNS]        RUNS timed runs of each, 3 unless given
 # The corpus (about 20,000 files in 2,500 folders, 600 MB, and one 1 GiB
-# file, also cut into the five pieces of a split setup) is made in a private tmpfs when one can be mounted (as root), else in
-# /dev/shm, so that the disc's cache does not decide the result. Everything is
-# removed at the end.
+# file, also cut into the five pieces of a split setup) is made in a private
+# tmpfs when one can be mounted (as root), else in /dev/shm, so that the
+# disc's cache does not decide the result. Everything is removed at the end.
 #   BENCH_SCRATCH=DIR     use DIR (must not exist) instead
 #   BENCH_SKIP_INSTALL=1  leave out the whole installation under Xvfb
 set -euo pipefail
