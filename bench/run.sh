@@ -70,6 +70,8 @@ dd if="$s/big" of="$s/big.dd" bs=1M status=none
 rm -f "$s/big.dd"
 fresh "$s/x"; "$bench" expand "$s/payload.zip" "$s/x"
 fresh "$s/x"; unzip -q "$s/payload.zip" -d "$s/x"
+"$bench" join "$s/joined" "${pieces[@]}"; rm -f "$s/joined"
+cat "${pieces[@]}" >"$s/joined"; rm -f "$s/joined"
 
 # Each piece of work, ours and the peers'; odd runs take ours first, even runs
 # last, so that neither side always meets the memory the other just freed.

@@ -18,40 +18,21 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr int kInstallX = 336, kMainButtonsY = 208;
 // The disc prompt's Yes and No, in the question sized for its text.
 constexpr int kYesX = 360, kNoX = 452, kPromptButtonsY = 163;
 
 class SplitPatchGuiTest : public StubDriverTest {
  protected:
-  bundler::SetupDescription Description() {
-    bundler::SetupDescription d;
-    d.bundleName = "Gui Setup";
-    d.executableName = "GuiSetup";
-    d.windowTitle = "Gui Setup Test";
-    d.message = "Welcome to the test setup.";
-    d.targetFolder = "GuiApp";
-    d.payloadFolder = At("payload-source");
-    return d;
-  }
-
   // A split setup of the demo payload in three pieces: Data#1, Data#2, Data#End.
   bundler::SetupDescription ThreePieces() {
     bundler::MakeDemoPayload(At("payload-source"), 40);
-    auto d = Description();
+    auto d = TestSetup();
     const std::string probe = bundler::BuildBundle(d, OSTREL_STUB_BINARY, At("probe"));
     d.splitSize = static_cast<int64_t>(fs::file_size(probe + "/Contents/Resources/Data2")) / 3 + 1;
     return d;
   }
 
   void PressInstall() { x->Click(Expect("^Gui Setup Test$", "main-window"), kInstallX, kMainButtonsY); }
-
-  void ChooseFolder(const std::string& path) {
-    const std::string chooser = Expect("^Select Folder$", "folder-chooser");
-    x->Key(chooser, "ctrl+a");
-    x->Type(chooser, path);
-    x->Key(chooser, "Return");
-  }
 
   void TearDown() override {
     // A copy that a failed test left waiting goes with its test.
@@ -83,7 +64,7 @@ TEST_F(SplitPatchGuiTest, APatchUpdatesTheInstallationAndTouchesNothingElse) {
   WriteFile(At("payload-source/docs/new/guide.txt"), "new guide\n");
   WriteFile(At("payload-source/old.txt*Delete*"), "");
   WriteFile(At("payload-source/Plugins*Delete*/ignored.txt"), "never copied\n");
-  auto d = Description();
+  auto d = TestSetup();
   d.installationPatch = true;
   WriteFile(At("target/GuiApp/bin/tool"), "version 1\n");
   WriteFile(At("target/GuiApp/old.txt"), "to go\n");

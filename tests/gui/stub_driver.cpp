@@ -44,7 +44,7 @@ void StubDriverTest::BuildAndStart(const bundler::SetupDescription& d) {
 }
 
 void StubDriverTest::Shot(const std::string& windowId, const std::string& name) {
-  char prefix[8];
+  char prefix[16];
   snprintf(prefix, sizeof prefix, "%02d-", ++shots);
   EXPECT_TRUE(x->Screenshot(windowId, shotDir + "/" + prefix + name + ".png")) << name;
 }
@@ -61,6 +61,24 @@ std::string StubDriverTest::Expect(const std::string& titleRegex, const std::str
 }
 
 std::optional<int> StubDriverTest::Finish() { return stub->Wait(60s); }
+
+bundler::SetupDescription StubDriverTest::TestSetup() {
+  bundler::SetupDescription d;
+  d.bundleName = "Gui Setup";
+  d.executableName = "GuiSetup";
+  d.windowTitle = "Gui Setup Test";
+  d.message = "Welcome to the test setup.";
+  d.targetFolder = "GuiApp";
+  d.payloadFolder = At("payload-source");
+  return d;
+}
+
+void StubDriverTest::ChooseFolder(const std::string& path) {
+  const std::string chooser = Expect("^Select Folder$", "folder-chooser");
+  x->Key(chooser, "ctrl+a");
+  x->Type(chooser, path);
+  x->Key(chooser, "Return");
+}
 
 namespace {
 

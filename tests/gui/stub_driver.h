@@ -26,6 +26,14 @@ class StubDriverTest : public SandboxTest {
   // Waits for the stub to end; its exit code.
   std::optional<int> Finish();
 
+  // The test setup: its bundle, main window and target "GuiApp", with the
+  // payload from "payload-source" in the sandbox.
+  bundler::SetupDescription TestSetup();
+  // Answers the folder chooser by typing the path.
+  void ChooseFolder(const std::string& path);
+  // The main window's buttons, from its design.
+  static constexpr int kQuitX = 244, kInstallX = 336, kMainButtonsY = 208;
+
   std::string bundlePath;
   std::unique_ptr<XSession> x;
   std::unique_ptr<Process> stub;
