@@ -1,19 +1,16 @@
 // A split setup that leaves its disc: the numbered copy in the temporary
 // folder, the clipboard and the marker, the copy that installs with the
 // marker's answers, the first process that does nothing more, and the
-// markers that must not let a copy through.
+// markers that must not let a copy through. The copy's joining and
+// installing run through the real binary in the GUI tests.
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>
 #include <set>
 
-#include "fileutil/view_const.h"
-#include "payload/archives.h"
-#include "payload/zip_opener.h"
 #include "support/tree_snapshot.h"
 #include "unit/core/core_fixture.h"
-#include "unit/payload/zip_fixture.h"
 
 namespace ostrel::test {
 namespace {
@@ -142,31 +139,6 @@ TEST_F(RelocationTest, TheProcessThatHandedOverDoesNothingMore) {
   ASSERT_EQ(platform.launches.size(), 1u);
   EXPECT_FALSE(window->ProgressBar1.Visible());
   EXPECT_TRUE(fs::is_empty(At("home/Applications")));
-}
-
-TEST_F(RelocationTest, ARelocatedCopyJoinsThePiecesItsMarkerPointsToAndInstalls) {
-  RegisterZipOpener();
-  WriteZip(At("whole.zip"), {{"MyApp/", "", ZipEntry::Folder, 0755},
-                             {"MyApp/readme.txt", std::string(70000, 'r')},
-                             {"MyApp/bin/tool", "#!/bin/sh\n", ZipEntry::File, 0755}});
-  ViewConst::EncryptDecryptFileEnd(At("whole.zip"), true);
-  const std::string whole = ReadFile(At("whole.zip"));
-  const size_t cut = whole.size() / 2 | 1;  // at an odd byte
-  WriteFile(Resources() + "/Data#1", whole.substr(0, cut));
-  WriteFile(At("Data#End"), whole.substr(cut));
-  fs::create_directories(At("dest"));
-  const std::string folder = Relocate();
-
-  platform.SetClipboardText("not a folder");
-  ui.folderAnswers.push_back(At("dest"));
-  EXPECT_EQ(OpenCopy(folder), 0);
-  WaitForZipExpansions();
-  fw::RegisterOpener(".zip", nullptr);
-  EXPECT_TRUE(ui.messages.empty()) << ui.messages[0];
-  EXPECT_EQ(TreeOf(At("dest")), (Tree{{"MyApp", "<dir>"},
-                                      {"MyApp/readme.txt", std::string(70000, 'r')},
-                                      {"MyApp/bin", "<dir>"},
-                                      {"MyApp/bin/tool", "#!/bin/sh\n"}}));
 }
 
 }  // namespace

@@ -22,7 +22,7 @@ class TranslocationTest : public SandboxTest {
   std::string path;
 };
 
-TEST_F(TranslocationTest, NothingIsAskedWhileTranslocationIsIgnoredOrNotInTheFolder) {
+TEST_F(TranslocationTest, NothingIsAskedUnlessTheFolderIsTranslocatedAndCancelRunsNothing) {
   EXPECT_EQ(Ask(), std::nullopt);  // the application's open event set the switch
   EXPECT_EQ(path, At("private/var/AppTranslocation/ABC/d") + "/");
   ViewConst::gIgnoreTranslocationError = false;
@@ -30,10 +30,7 @@ TEST_F(TranslocationTest, NothingIsAskedWhileTranslocationIsIgnoredOrNotInTheFol
   EXPECT_EQ(Ask(), std::nullopt);
   EXPECT_EQ(path, At("apps") + "/");
   EXPECT_TRUE(ui.modals.empty());
-}
 
-TEST_F(TranslocationTest, CancelRunsNothingAndQuits) {
-  ViewConst::gIgnoreTranslocationError = false;
   platform.executablePath = At("x/apptranslocation/Setup.app/Contents/MacOS/Setup");  // any case
   ui.answers.push_back(ScriptedUI::PressCancel());
   EXPECT_EQ(Ask(), 0);
