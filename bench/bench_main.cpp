@@ -2,6 +2,7 @@
 // bench/run.sh to time against the system's tools. Each operation calls the
 // code the stub uses; `time` runs any command and reports its wall time and
 // peak memory, so that ours and the tools are measured the same way.
+#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -18,7 +19,10 @@
 #include "corpus.h"
 #include "fileutil/view_const.h"
 #include "framework/posix/posix_platform.h"
+#include "framework/sha256.h"
 #include "payload/archives.h"
+#include "payload/manifest.h"
+#include "payload/piece_join.h"
 #include "payload/zip_opener.h"
 
 namespace {
@@ -27,6 +31,7 @@ const char* const kUsage =
     "usage: ostrel-bench corpus TOP | big FILE MIB | zip FOLDER TOPNAME ZIP\n"
     "                    | expand ZIP FOLDER | unscramble FILE | scramble FILE\n"
     "                    | delete PATH | copy SOURCE DESTINATION\n"
+    "                    | manifest MANIFEST PIECE... | join [--manifest MANIFEST] OUT PIECE...\n"
     "                    | time RESULTFILE -- COMMAND [ARGS...]\n";
 
 // Runs the command, waits, and appends "seconds peak-KiB exit-status" to the
@@ -61,6 +66,39 @@ int Expand(const std::string& zip, const std::string& folder) {
   return 0;
 }
 
+// The pieces' lines of a manifest, as the bundle builder writes them.
+int WriteManifest(const std::string& manifest, const std::vector<std::string>& pieces) {
+  std::ofstream out(manifest, std::ios::trunc);
+  for (const auto& piece : pieces) {
+    std::ifstream in(piece, std::ios::binary | std::ios::ate);
+    const std::string name = piece.substr(piece.rfind('/') + 1);
+    out << ostrel::PayloadManifest::Line({name, static_cast<uint64_t>(in.tellg()), fw::Sha256OfFile(piece)});
+  }
+  return out ? 0 : 1;
+}
+
+// Joins the pieces as a split setup's are joined, each checked against the
+// manifest when one is given.
+int Join(const std::string& manifestPath, const std::string& target, const std::vector<std::string>& pieces) {
+  std::string text;
+  if (!manifestPath.empty()) {
+    std::ifstream in(manifestPath, std::ios::binary);
+    text.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+  }
+  const auto manifest = ostrel::PayloadManifest::Parse(text);
+  const int out = open(target.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+  if (out < 0) return 1;
+  for (const auto& piece : pieces) {
+    const auto outcome = ostrel::AppendPiece(out, piece, manifest.Find(piece.substr(piece.rfind('/') + 1)));
+    if (outcome.kind != ostrel::PieceOutcome::Joined) {
+      std::fprintf(stderr, "ostrel-bench: the piece %s was not joined\n", piece.c_str());
+      close(out);
+      return 1;
+    }
+  }
+  return close(out) == 0 ? 0 : 1;
+}
+
 int Run(const std::vector<std::string>& a, std::vector<char*> raw) {
   const std::string op = a.empty() ? "" : a[0];
   if (op == "corpus" && a.size() == 2) {
@@ -89,6 +127,9 @@ int Run(const std::vector<std::string>& a, std::vector<char*> raw) {
     return 0;
   }
   if (op == "copy" && a.size() == 3) return ViewConst::CopyFolder(a[1], a[2]) ? 0 : 1;
+  if (op == "manifest" && a.size() >= 3) return WriteManifest(a[1], {a.begin() + 2, a.end()});
+  if (op == "join" && a.size() >= 5 && a[1] == "--manifest") return Join(a[2], a[3], {a.begin() + 4, a.end()});
+  if (op == "join" && a.size() >= 3) return Join("", a[1], {a.begin() + 2, a.end()});
   if (op == "time" && a.size() >= 4 && a[2] == "--")
     return TimeCommand(a[1], std::vector<char*>(raw.begin() + 4, raw.end()));
   std::fputs(kUsage, stderr);

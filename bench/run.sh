@@ -5,9 +5,9 @@
 # 127.0.0.1 through the stub's HTTP client, and the same URL with curl.
 #   bench/run.sh [RUNS]        RUNS timed runs of each, 3 unless given
 # The corpus (about 20,000 files in 2,500 folders, 600 MB, and one 1 GiB
-# file) is made in a private tmpfs when one can be mounted (as root), else in
-# /dev/shm, so that the disc's cache does not decide the result. Everything is
-# removed at the end.
+# file, also cut into the five pieces of a split setup) is made in a private
+# tmpfs when one can be mounted (as root), else in /dev/shm, so that the
+# disc's cache does not decide the result. Everything is removed at the end.
 #   BENCH_SCRATCH=DIR     use DIR (must not exist) instead
 #   BENCH_SKIP_INSTALL=1  leave out the whole installation under Xvfb
 set -euo pipefail
@@ -53,6 +53,11 @@ mkdir -p "$s/src" "$s/results"
 "$bench" corpus "$s/src/Corpus" >&2
 "$bench" zip "$s/src" Corpus "$s/payload.zip" >/dev/null
 "$bench" big "$s/big" 1024
+# The same 1 GiB as a split setup's pieces: five of them, and their manifest.
+mkdir -p "$s/pieces"
+split -n 5 -d -a 1 "$s/big" "$s/pieces/Data#"
+pieces=("$s"/pieces/Data#*)
+"$bench" manifest "$s/pieces.manifest" "${pieces[@]}"
 results="$s/results"
 
 # timed NAME COMMAND...: one run, appended to $results/NAME.
@@ -77,6 +82,8 @@ fresh "$s/x"; "$bench" expand "$s/payload.zip" "$s/x"
 fresh "$s/x"; unzip -q "$s/payload.zip" -d "$s/x"
 "$net" download "$url" "$s/dl" >/dev/null; rm -f "$s/dl"
 curl -s -o "$s/dl" "$url"; rm -f "$s/dl"
+"$bench" join "$s/joined" "${pieces[@]}"; rm -f "$s/joined"
+cat "${pieces[@]}" >"$s/joined"; rm -f "$s/joined"
 
 # Each piece of work, ours and the peers'; odd runs take ours first, even runs
 # last, so that neither side always meets the memory the other just freed.
@@ -90,6 +97,11 @@ unscramble_ours() { timed unscramble-ours "$bench" unscramble "$s/big"; }
 unscramble_peers() { timed unscramble-dd dd if="$s/big" of="$s/big.dd" bs=1M status=none; rm -f "$s/big.dd"; }
 delete_ours() { fresh "$s/x"; cp -a "$s/src/Corpus" "$s/x/"; timed delete-ours "$bench" delete "$s/x/Corpus"; }
 delete_peers() { fresh "$s/x"; cp -a "$s/src/Corpus" "$s/x/"; timed delete-rm rm -rf "$s/x/Corpus"; }
+join_ours() {
+  timed join-ours "$bench" join "$s/joined" "${pieces[@]}"; rm -f "$s/joined"
+  timed join-checked "$bench" join --manifest "$s/pieces.manifest" "$s/joined" "${pieces[@]}"; rm -f "$s/joined"
+}
+join_peers() { timed join-cat sh -c 'cat "$@" >"$0"' "$s/joined" "${pieces[@]}"; rm -f "$s/joined"; }
 copy_ours() { fresh "$s/x"; timed copy-ours "$bench" copy "$s/src/Corpus" "$s/x/Corpus"; }
 copy_peers() { fresh "$s/x"; timed copy-cp cp -a "$s/src/Corpus" "$s/x/Corpus"; }
 download_ours() { timed download-ours "$net" download "$url" "$s/dl"; rm -f "$s/dl"; }
@@ -97,7 +109,7 @@ download_peers() { timed download-curl curl -s -o "$s/dl" "$url"; rm -f "$s/dl";
 
 for run in $(seq "$runs"); do
   echo "Run $run of $runs" >&2
-  for work in expand unscramble delete copy download; do
+  for work in expand unscramble delete copy join download; do
     if [ $((run % 2)) -eq 1 ]; then "${work}_ours"; "${work}_peers"; else "${work}_peers"; "${work}_ours"; fi
   done
 done
@@ -180,6 +192,8 @@ table="$(
   row "delete the tree" delete-ours "rm -rf" delete-rm 0.8
   row "copy the tree" copy-ours "cp -a" copy-cp 0.6
   row "download 1 GiB from 127.0.0.1" download-ours "curl -s -o" download-curl 1.2
+  row "join a 1 GiB split setup" join-ours "cat of the pieces" join-cat 1.15
+  row "join, each piece checked (SHA-256)" join-checked "cat of the pieces" join-cat ""
   row "whole installation, Install to end" install-ours "cp -r of the tree" install-cp ""
 )"
 echo "$table" | tee "$root/bench/latest.md"

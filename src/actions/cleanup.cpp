@@ -7,6 +7,7 @@
 #include "fileutil/view_const.h"
 #include "framework/runtime.h"
 #include "payload/archives.h"
+#include "payload/manifest.h"
 
 using namespace ViewConst;
 
@@ -25,7 +26,8 @@ void OstrelStubWindow::Cleanup() {
   if (fCleanup == 2 || fCleanup == 4) instruction = "DeleteFolder=" + MyExtractFilePath(bundle);
 
   const std::string source = bundle + "/Contents/Resources/Data3";
-  if (!FileExists(source)) return;
+  // A damaged clean-up program is named and not started.
+  if (!FileExists(source) || !ostrel::PayloadFileIsIntact(source)) return;
   const fw::FolderItem temporary = fw::SpecialFolder(fw::SpecialFolderKind::Temporary);
   fw::FolderItem(source).CopyFileTo(temporary.Child("Data3"));
   const std::string temp = MyAbsolutePath(temporary);

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cctype>
 
-#include "fileutil/file_digest.h"
+#include "framework/sha256.h"
 #include "fileutil/view_const.h"
 #include "framework/text.h"
 
@@ -38,8 +38,8 @@ bool ArchiveMatchesPin(const std::string& pin, const std::string& archivePath) {
   if (!fw::EqualsIgnoreCase(pin.substr(0, prefix.size()), prefix)) return true;
   const std::string expected = pin.substr(prefix.size());
   if (!IsSha256Hex(expected)) return false;
-  const auto actual = FileSha256(archivePath);
-  return actual && fw::EqualsIgnoreCase(*actual, expected);
+  const std::string actual = fw::Sha256OfFile(archivePath);
+  return !actual.empty() && fw::EqualsIgnoreCase(actual, expected);
 }
 
 std::string DamagedArchiveMessage(const std::string& name) {

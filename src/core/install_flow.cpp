@@ -86,6 +86,8 @@ void OstrelStubWindow::OKBtnClicked() {
   if (goOn) {
     InstallBtn.SetEnabled(false);
     goOn = SelectChoiceAndOptions(choices, options);
+    fChoiceAnswer = choices;  // for a relocated copy, which does not ask again
+    fOptionsAnswer = options;
   }
   if (goOn) {
     ExpandFolder();

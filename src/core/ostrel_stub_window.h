@@ -48,6 +48,15 @@ class OstrelStubWindow : public fw::Window {
   std::string fPostCopy;
   int fCleanup = 0;
 
+  // --- Relocation of a split setup (relocation/, payload/).
+  // The answers of the choice and option dialogs, handed to a relocated copy.
+  std::string fChoiceAnswer;
+  std::string fOptionsAnswer;
+  // The folder that the pieces of a split setup come from, with its "/".
+  std::string fSourceFolder;
+  // This process is a copy that a first process relocated, with its marker.
+  bool fRelocatedCopy = false;
+
   // --- Controls.
   fw::Control& QuitBtn;
   fw::Control& InstallBtn;
@@ -92,7 +101,11 @@ class OstrelStubWindow : public fw::Window {
   void ZipFileProcess(const std::string& path, const fw::FolderItem& item);
   void ZipFileDelete(const std::string& path, const std::optional<fw::FolderItem>& item);
   void CombineSplitSetup(const std::string& firstPiece, const std::string& archive);
+  bool SourceFolderIsCD(const std::string& folder);
+  void EjectCD();
   void ApplyInstallationPatch();
+  void ApplyPatchFolder(const std::optional<fw::FolderItem>& folder, const std::string& subPath,
+                        const std::string& targetRoot);
 
   // --- Choices and options (choices/).
   bool SelectChoiceAndOptions(std::string& choices, std::string& options);

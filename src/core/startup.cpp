@@ -11,6 +11,7 @@
 #include "fileutil/view_const.h"
 #include "framework/runtime.h"
 #include "framework/text.h"
+#include "relocation/relocation_marker.h"
 
 namespace {
 
@@ -70,7 +71,9 @@ void ShowOnCanvas(fw::Control& canvas, const std::shared_ptr<fw::Picture>& pictu
 }  // namespace
 
 void OstrelStubWindow::Event_Open() {
-  if (RunningRelocatedInstaller()) {
+  // Only a copy that a first process relocated, with its marker, goes on
+  // from the temporary folder.
+  if (RunningRelocatedInstaller() && !ostrel::AcceptRelocationMarker(*this)) {
     Hide();
     fw::MsgBox("Drag the installer out of the Downloads folder before running it.");
     fw::Quit(0);
@@ -86,6 +89,17 @@ void OstrelStubWindow::DoStartup() {
     fw::Quit(0);
   }
   if (!CheckMinOSorRAM()) fw::Quit(0);
+
+  // A relocated copy installs at once, without a window or the
+  // before-program, with the answers the first process was given.
+  if (fRelocatedCopy && RunningRelocatedInstaller()) {
+    Hide();
+    MyProcessToTop();
+    ExpandFolder();
+    ExpandChoiceAndOptions(fChoiceAnswer, fOptionsAnswer);
+    Cleanup();
+    fw::Quit(0);
+  }
   if (!DoExecuteBefore()) fw::Quit(0);
 
   SetTitle(CustomLabel(Title(), fWindowTitle));
@@ -158,13 +172,6 @@ bool OstrelStubWindow::CheckMinOSorRAM() {
       ok = false;
     }
   return ok;
-}
-
-// A copy running from inside the temporary folder: one that was downloaded
-// and opened in place, or one that the system moved there.
-bool OstrelStubWindow::RunningRelocatedInstaller() {
-  const std::string temporary = ViewConst::MyAbsolutePath(fw::SpecialFolder(fw::SpecialFolderKind::Temporary));
-  return !temporary.empty() && ViewConst::Pos(temporary, ViewConst::GetApplicationPath()) > 0;
 }
 
 void OstrelStubWindow::MyProcessToTop() { fw::BringToFront(); }

@@ -5,6 +5,7 @@
 #include <climits>
 
 #include "dialogs/globals_kv.h"
+#include "fileutil/invisible_items.h"
 #include "fileutil/view_const.h"
 #include "framework/runtime.h"
 #include "framework/text.h"
@@ -100,7 +101,9 @@ void SetInvisible(const std::string& path) {
     full = std::string(cwd) + "/" + full;
   }
   fw::FolderItem item(full);
-  if (item.Exists()) item.SetVisible(false);
+  if (!item.Exists()) return;
+  item.SetVisible(false);
+  if (!item.Visible()) detail::RememberInvisible(item.NativePath());
 }
 
 }  // namespace ViewConst

@@ -2,6 +2,7 @@
 #include "fileutil/view_const.h"
 #include "framework/runtime.h"
 #include "framework/text.h"
+#include "relocation/gatekeeper_translocation.h"
 
 namespace ViewConst {
 namespace {
@@ -97,8 +98,11 @@ std::string GetApplicationPath() {
   int last = Pos("/Contents", exe);
   for (int next = last; next > 0; next = PosAfter("/Contents", exe, next + 1, false)) last = next;
   // An executable outside a bundle stands for itself: its own folder.
-  if (last == 0) return ExtractFilePath(exe);
-  return ExtractFilePath(exe.substr(0, static_cast<size_t>(last - 1)));
+  const std::string folder = ExtractFilePath(last == 0 ? exe : exe.substr(0, static_cast<size_t>(last - 1)));
+  // A place the system moved a downloaded application to says nothing of
+  // where the user put it: offered a way out, unless told to pass it.
+  if (Pos("AppTranslocation", folder) > 0 && !gIgnoreTranslocationError) ostrel::GatekeeperTranslocationRoute();
+  return folder;
 }
 
 fw::FolderItem GetApplicationFolder() { return fw::SpecialFolder(fw::SpecialFolderKind::Applications); }

@@ -15,6 +15,7 @@
 
 #include "dialogs/globals_kv.h"
 #include "fileutil/full_access.h"
+#include "fileutil/invisible_items.h"
 #include "fileutil/tree_listing.h"
 #include "fileutil/view_const.h"
 #include "framework/protected_folders.h"
@@ -148,6 +149,7 @@ void DeleteFolderOrApp(const std::string& path) {
       unlinkat(dir, name.c_str(), 0);
   }
   close(dir);
+  if (!item->Exists()) detail::ReleaseInvisible(item->NativePath());
 }
 
 }  // namespace ViewConst

@@ -82,6 +82,11 @@ void FolderItem::SetVisible(bool visible) {
       if (line != name && !line.empty()) names.push_back(line);
   }
   if (!visible) names.push_back(name);
+  // A list left empty has nothing to say: it goes.
+  if (names.empty()) {
+    lastError_ = unlink(list.c_str()) == 0 || errno == ENOENT ? 0 : errno;
+    return;
+  }
   std::ofstream out(list, std::ios::trunc);
   for (auto& n : names) out << n << '\n';
   lastError_ = out ? 0 : EIO;

@@ -46,6 +46,12 @@ bool Gestalt(const std::string& selector, int64_t& value) {
 }
 void BringToFront() { CurrentPlatform().BringToFront(); }
 int RunShellCommand(const std::string& commandLine) { return CurrentPlatform().RunShellCommand(commandLine); }
+void SetWaitCursor(bool waiting) { CurrentUI().SetWaitCursor(waiting); }
+bool FolderIsOnDisc(const std::string& folder) { return CurrentPlatform().FolderIsOnDisc(folder); }
+void EjectDisc(const std::string& folder) { CurrentPlatform().EjectDisc(folder); }
+void ClearQuarantine(const std::string& path, const std::string& password) {
+  CurrentPlatform().ClearQuarantine(path, password);
+}
 
 FolderItem SpecialFolder(SpecialFolderKind kind) {
   return FolderItem(CurrentPlatform().SpecialFolder(kind));

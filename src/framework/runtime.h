@@ -57,6 +57,8 @@ class UI {
   virtual void MsgBox(const std::string& text) = 0;
   // Empty when the user cancelled.
   virtual std::optional<std::string> SelectFolder(const FolderDialog& d) = 0;
+  // The application's mouse pointer: the system's wait cursor, or the default.
+  virtual void SetWaitCursor(bool waiting) {}
 };
 
 // The operating system beneath the installer.
@@ -84,6 +86,15 @@ class Platform {
   virtual std::string ClipboardText() = 0;
   virtual void SetClipboardText(const std::string& text) = 0;
   virtual void BringToFront() = 0;
+  // Whether the folder lies on an optical disc (a CD's or a DVD's file system).
+  virtual bool FolderIsOnDisc(const std::string& folder) = 0;
+  // Ejects the disc that holds the folder and waits a bounded time for it;
+  // the outcome is not reported.
+  virtual void EjectDisc(const std::string& folder) = 0;
+  // Takes the system's quarantine mark off the item at `path`, with an
+  // administrator's password. The password reaches the command on its
+  // standard input only: never in an argument, the environment, a file or a log.
+  virtual void ClearQuarantine(const std::string& path, const std::string& password) = 0;
 };
 
 // Installs the backends; the caller keeps ownership. Null restores nothing.
@@ -102,6 +113,10 @@ FolderItem SpecialFolder(SpecialFolderKind kind);
 bool Gestalt(const std::string& selector, int64_t& value);
 FolderItem ExecutableFile();
 void BringToFront();
+void SetWaitCursor(bool waiting);
+bool FolderIsOnDisc(const std::string& folder);
+void EjectDisc(const std::string& folder);
+void ClearQuarantine(const std::string& path, const std::string& password);
 
 // Document openers that run inside the process, by file extension (".zip").
 // A launch of such a file goes to its opener instead of the system.

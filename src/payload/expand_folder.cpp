@@ -6,6 +6,7 @@
 #include "fileutil/view_const.h"
 #include "framework/runtime.h"
 #include "payload/archives.h"
+#include "payload/manifest.h"
 
 using namespace ViewConst;
 
@@ -42,8 +43,9 @@ void OstrelStubWindow::ExpandFolder() {
   InfoBtn.SetVisible(false);
   PayloadPaths payload = FindPayload(fExecuteAfterName);
 
-  // A relocated copy of the installer takes over from here.
-  if (RelocateInstaller(payload.firstPiece)) return;
+  // A relocated copy of the installer takes over from here, and this
+  // process has nothing left to do.
+  if (RelocateInstaller(payload.firstPiece)) fw::Quit(0);
   PreInstallCopy();
 
   // The target: directly in Applications, or where the user says.
@@ -109,7 +111,7 @@ void OstrelStubWindow::ExpandFolder() {
   if (FileExists(payload.firstPiece))
     CombineSplitSetup(payload.firstPiece, archive);
   else
-    copied = CopyFile(payload.data2, archive);
+    copied = ostrel::PayloadFileIsIntact(payload.data2) && CopyFile(payload.data2, archive);
   if (!copied) fw::MsgBox(CustomLabel("Installation Failed", Label(13)));
   EncryptDecryptFileEnd(archive, false);
 

@@ -12,22 +12,13 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// Centres of the buttons, from the windows' designs.
-constexpr int kQuitX = 244, kInstallX = 336, kMainButtonsY = 208;
-
 class InstallGuiTest : public StubDriverTest {
  protected:
   bundler::SetupDescription PlainSetup() {
-    bundler::SetupDescription d;
-    d.bundleName = "Gui Setup";
-    d.executableName = "GuiSetup";
-    d.windowTitle = "Gui Setup Test";
-    d.message = "Welcome to the test setup.";
+    bundler::SetupDescription d = TestSetup();
     d.copyright = "Copyright 2026 Ostrel Tests";
     d.linkURL = "example.com";
-    d.targetFolder = "GuiApp";
     bundler::MakeDemoPayload(At("payload-source"), 60);
-    d.payloadFolder = At("payload-source");
     return d;
   }
 

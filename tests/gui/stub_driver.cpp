@@ -70,6 +70,17 @@ void StubDriverTest::ChooseFolder(const std::string& path) {
 
 std::optional<int> StubDriverTest::Finish() { return stub->Wait(60s); }
 
+bundler::SetupDescription StubDriverTest::TestSetup() {
+  bundler::SetupDescription d;
+  d.bundleName = "Gui Setup";
+  d.executableName = "GuiSetup";
+  d.windowTitle = "Gui Setup Test";
+  d.message = "Welcome to the test setup.";
+  d.targetFolder = "GuiApp";
+  d.payloadFolder = At("payload-source");
+  return d;
+}
+
 namespace {
 
 struct Entry {

@@ -29,6 +29,12 @@ class StubDriverTest : public SandboxTest {
   std::optional<int> Finish();
 
   std::map<std::string, std::string> extraEnv;  // for the stub, over the session's
+  // The test setup: its bundle, main window and target "GuiApp", with the
+  // payload from "payload-source" in the sandbox.
+  bundler::SetupDescription TestSetup();
+  // The main window's buttons, from its design.
+  static constexpr int kQuitX = 244, kInstallX = 336, kMainButtonsY = 208;
+
   std::string bundlePath;
   std::unique_ptr<XSession> x;
   std::unique_ptr<Process> stub;

@@ -14,6 +14,8 @@
 #include "bundler/cleanup_archive.h"
 #include "bundler/choice_archives.h"
 #include "bundler/demo_payload.h"
+#include "bundler/manifest_file.h"
+#include "bundler/payload_pieces.h"
 #include "bundler/payload_zip.h"
 #include "bundler/pixel_strings.h"
 #include "bundler/record_fields.h"
@@ -104,7 +106,9 @@ std::string BuildBundle(const SetupDescription& description, const std::string& 
 
   fs::create_directories(outputFolder);
   const fs::path out = fs::canonical(outputFolder);
-  const fs::path bundle = out / (d.bundleName + ".app");
+  const bool discs = d.splitSize > 0 && d.splitIntoDiscFolders;
+  fs::create_directories(BundleFolder(out.string(), discs));
+  const fs::path bundle = fs::path(BundleFolder(out.string(), discs)) / (d.bundleName + ".app");
   if (fs::exists(fs::symlink_status(bundle)) && !fs::is_directory(fs::symlink_status(bundle / "Contents")))
     throw BadInput(bundle.string() + " exists and is not a bundle; it is left as it is");
 
@@ -113,9 +117,10 @@ std::string BuildBundle(const SetupDescription& description, const std::string& 
   if (IsInside(out, payload) || out == payload)
     throw BadInput("the output folder " + out.string() + " lies inside the payload folder " + payload.string());
 
-  std::string work = (out / ("." + d.bundleName + ".app.XXXXXX")).string();
+  std::string work = (bundle.parent_path() / ("." + d.bundleName + ".app.XXXXXX")).string();
   if (!mkdtemp(work.data())) throw std::runtime_error("cannot create a folder in " + out.string());
   const fs::path root(work);
+  std::string staging;  // the pieces of a split setup until the bundle stands
   try {
     const fs::path macos = root / "Contents/MacOS", resources = root / "Contents/Resources";
     fs::create_directories(macos);
@@ -137,13 +142,25 @@ std::string BuildBundle(const SetupDescription& description, const std::string& 
       WriteCleanupArchive(cleanupProgram, (resources / "Data3").string(), (root / ".cleanup").string());
       ScramblePayload(resources / "Data3");
     }
+    std::vector<std::string> pieces;
+    if (d.splitSize > 0) {
+      staging = (out / ("." + d.bundleName + ".pieces.XXXXXX")).string();
+      if (!mkdtemp(staging.data())) throw std::runtime_error("cannot create a folder in " + out.string());
+      pieces = CutIntoPieces((resources / "Data2").string(), d.splitSize, (resources / "Data#1").string(), staging);
+    }
+    WriteManifest(resources.string(), staging, pieces);
     fs::permissions(root, static_cast<fs::perms>(0755));
 
     if (fs::exists(fs::symlink_status(bundle))) fs::remove_all(bundle);
     fs::rename(root, bundle);
+    if (!staging.empty()) {
+      LayOutPieces(staging, pieces, out.string(), discs);
+      fs::remove(staging);
+    }
   } catch (...) {
     std::error_code ec;
     fs::remove_all(root, ec);
+    if (!staging.empty()) fs::remove_all(staging, ec);
     throw;
   }
   return bundle.string();

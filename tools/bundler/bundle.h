@@ -14,6 +14,10 @@ namespace ostrel::bundler {
 //   Contents/Resources/Data2     the payload, a zip archive, scrambled
 //   Contents/Resources/Data3     the clean-up program, when `cleanup` is not 0
 //   Contents/Resources/<name>    each resource, under its own name
+//   Contents/Resources/Manifest  size and SHA-256 of each payload file
+// A split setup has Data#1 in place of Data2, and its other pieces beside
+// the bundle or in one folder per disc (see payload_pieces.h); the bundle
+// then lies in "<outputFolder>/Disc1".
 // The bundle is assembled beside its final place and takes it only when
 // complete; an earlier bundle of the same name is then replaced. A
 // generated demo payload is written to "<outputFolder>/payload/<target>".

@@ -5,7 +5,7 @@
 #include <cctype>
 
 #include "bundler/payload_zip.h"
-#include "fileutil/file_digest.h"
+#include "framework/sha256.h"
 #include "fileutil/view_const.h"
 #include "framework/text.h"
 
@@ -121,9 +121,8 @@ bool SetChoiceKey(SetupDescription& d, const std::string& key, const std::string
       e.sha256 = fw::AsciiLower(value);
     } else {
       const std::string file = Resolve(baseFolder, value);
-      const auto digest = FileSha256(file);
-      if (!digest) throw BadInput("\"" + key + "\": cannot read " + file);
-      e.sha256 = *digest;
+      e.sha256 = fw::Sha256OfFile(file);
+      if (e.sha256.empty()) throw BadInput("\"" + key + "\": cannot read " + file);
     }
   } else {
     throw BadInput("unknown key \"" + key + "\"");
@@ -155,9 +154,9 @@ namespace {
 // Packs the folder at `zip` and answers the archive's SHA-256.
 std::string PackAndPin(const std::string& folder, const std::string& zip) {
   WriteContentZip(folder, zip);
-  const auto digest = FileSha256(zip);
-  if (!digest) throw std::runtime_error("cannot read back " + zip);
-  return *digest;
+  std::string digest = fw::Sha256OfFile(zip);
+  if (digest.empty()) throw std::runtime_error("cannot read back " + zip);
+  return digest;
 }
 
 }  // namespace

@@ -194,6 +194,8 @@ class Parser {
         {"resource", [this](const std::string& v) { d_.resources.push_back(Resolve(v)); }},
         {"payload", [this](const std::string& v) { SetPayloadFolder(v); }},
         {"payload_generate", [this](const std::string& v) { SetGeneratedPayload(v); }},
+        {"split_size", [this](const std::string& v) { SetSplitSize(v); }},
+        {"split_layout", [this](const std::string& v) { SetSplitLayout(v); }},
     };
     longText("agreement", d_.agreement);
     longText("info", d_.info);
@@ -245,6 +247,25 @@ class Parser {
     d_.generatedPayloadFiles = n;
   }
 
+  // A whole number of bytes, or of KiB, MiB or GiB with "K", "M" or "G".
+  void SetSplitSize(const std::string& v) {
+    std::string digits = v;
+    int64_t unit = 1;
+    if (!digits.empty() && (digits.back() == 'K' || digits.back() == 'M' || digits.back() == 'G')) {
+      unit = int64_t{1} << (digits.back() == 'K' ? 10 : digits.back() == 'M' ? 20 : 30);
+      digits.pop_back();
+    }
+    int number = 0;
+    if (!ParseInteger(digits, number) || number < 1)
+      Fail("expected a size such as 650M (a whole number of bytes, or with K, M or G), found \"" + v + "\"");
+    d_.splitSize = number * unit;
+  }
+
+  void SetSplitLayout(const std::string& v) {
+    if (v != "beside" && v != "discs") Fail("expected beside or discs, found \"" + v + "\"");
+    d_.splitIntoDiscFolders = v == "discs";
+  }
+
   void Finish() {
     for (auto& [key, k] : longTexts_) {
       k.text->html = k.htmlFormat ? *k.htmlFormat : k.fromFile && IsHtmlFileName(k.fileName);
@@ -255,6 +276,8 @@ class Parser {
       Fail("give the action list either as \"actions\" or as \"action\" lines, not both");
     const bool folder = seenOn_.count("payload") > 0, generated = seenOn_.count("payload_generate") > 0;
     if (folder == generated) Fail("give exactly one of \"payload\" and \"payload_generate\"");
+    if (seenOn_.count("split_layout") && !seenOn_.count("split_size"))
+      Fail("\"split_layout\" needs \"split_size\"");
   }
 
   std::string base_, name_;

@@ -2,6 +2,7 @@
 // readable names, the pictures, the payload and the bundle's own names.
 #pragma once
 
+#include <cstdint>
 #include <map>
 #include <stdexcept>
 #include <string>
@@ -97,6 +98,12 @@ struct SetupDescription {
   // When above 0, a demo tree of this many files is generated into
   // "<output folder>/payload/<target>" and used as the payload.
   int generatedPayloadFiles = 0;
+
+  // --- A setup split over discs: when above 0, the scrambled archive is cut
+  // into pieces of this many bytes, Data#1 in the bundle and Data#2 ...
+  // Data#End beside it, or each in a folder of its own per disc.
+  int64_t splitSize = 0;
+  bool splitIntoDiscFolders = false;
 };
 
 // The highest custom label index the installer reads.

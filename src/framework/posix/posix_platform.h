@@ -27,6 +27,11 @@ class PosixPlatform : public Platform {
   std::string ClipboardText() override;
   void SetClipboardText(const std::string& text) override;
   void BringToFront() override {}
+  // A folder on iso9660 or udf; the disc is ejected by "eject" with the
+  // folder's mount point, and the quarantine clearing does nothing on Linux.
+  bool FolderIsOnDisc(const std::string& folder) override;
+  void EjectDisc(const std::string& folder) override;
+  void ClearQuarantine(const std::string& path, const std::string& password) override;
 
   // Runs pending window events for at most the given time.
   std::function<void(int milliseconds)> eventPump;
@@ -61,5 +66,19 @@ std::vector<std::string> LaunchArguments(const std::string& path);
 // How long the setup's shell command is waited for before the installer
 // goes on without it (it then runs on by itself).
 constexpr int64_t kShellCommandGiveUpTicks = 10 * 60 * 60;
+
+// Runs a program with an argument list, no shell, hands it `input` on its
+// standard input (and nothing else: its output goes nowhere) and waits for
+// its end, calling `idle` between looks; its exit code, or -1 when it could
+// not start or was killed after `timeoutMs`.
+int RunAndWait(const std::vector<std::string>& argv, const std::string& input, int timeoutMs,
+               const std::function<void()>& idle = {});
+
+// The folder on which the file system that holds `path` is mounted.
+std::string MountPointOf(const std::string& path);
+
+// The command that takes the quarantine mark off `path` on macOS; the
+// password goes to it on its standard input.
+std::vector<std::string> QuarantineCommand(const std::string& path);
 
 }  // namespace fw

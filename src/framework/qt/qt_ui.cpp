@@ -90,6 +90,15 @@ void QtUI::Destroyed(Window& w) {
   w.backend.reset();
 }
 
+void QtUI::SetWaitCursor(bool waiting) {
+  // One override at a time, so that a second "waiting" needs no second reset.
+  if (waiting == (QApplication::overrideCursor() != nullptr)) return;
+  if (waiting)
+    QApplication::setOverrideCursor(Qt::WaitCursor);
+  else
+    QApplication::restoreOverrideCursor();
+}
+
 void QtUI::MsgBox(const std::string& text) {
   // A window model of our own, so that it looks and is driven like every other.
   const QFontMetrics metrics(QApplication::font());

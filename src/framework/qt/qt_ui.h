@@ -24,6 +24,7 @@ class QtUI : public UI {
   void Destroyed(Window& w) override;
   void MsgBox(const std::string& text) override;
   std::optional<std::string> SelectFolder(const FolderDialog& d) override;
+  void SetWaitCursor(bool waiting) override;
 
   // Runs the application's event loop until the top level ends it; its exit code.
   int Exec();

@@ -282,9 +282,12 @@ void WindowWidget::SyncText(Item& item) {
       static_cast<QAbstractButton*>(w)->setText(caption.replace("&", "&&"));
       break;
     }
-    case ControlKind::Label:
-      static_cast<QLabel*>(w)->setText(q);
+    case ControlKind::Label: {
+      // A carriage return breaks a label's line, as a line feed does.
+      QString lines = q;
+      static_cast<QLabel*>(w)->setText(lines.replace("\r\n", "\n").replace('\r', '\n'));
       break;
+    }
     case ControlKind::TextField:
       static_cast<QLineEdit*>(w)->setText(q);
       break;

@@ -55,6 +55,21 @@ int VirtualPlatform::RunShellCommand(const std::string& commandLine) {
 
 void VirtualPlatform::ShowURL(const std::string& url) { urls.push_back(url); }
 
+bool VirtualPlatform::FolderIsOnDisc(const std::string& folder) {
+  for (const auto& disc : discFolders)
+    if (!disc.empty() && folder.compare(0, disc.size(), disc) == 0) return true;
+  return false;
+}
+
+void VirtualPlatform::EjectDisc(const std::string& folder) {
+  ejected.push_back(folder);
+  if (onEject) onEject(folder);
+}
+
+void VirtualPlatform::ClearQuarantine(const std::string& path, const std::string& password) {
+  quarantineClearings.push_back({path, password});
+}
+
 std::string VirtualPlatform::ClipboardText() {
   std::lock_guard<std::mutex> lock(clipboardMutex_);
   return clipboard_;

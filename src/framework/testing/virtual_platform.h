@@ -1,8 +1,9 @@
 // Test seam for the platform: a virtual clock that the event loop advances,
 // injected special folders and system facts, recorded launches, URLs and
-// shell commands, and an in-memory clipboard. A wait of 180 ticks costs no
-// real time. Scripted events run when the clock reaches their tick, so that
-// a launched program can be played: it answers on the clipboard at set times.
+// shell commands, an in-memory clipboard, injected discs and recorded
+// ejections and quarantine clearings. A wait of 180 ticks costs no real
+// time. Scripted events run when the clock reaches their tick, so that a
+// launched program can be played: it answers on the clipboard at set times.
 #pragma once
 
 #include <functional>
@@ -38,6 +39,11 @@ class VirtualPlatform : public Platform {
   std::string ClipboardText() override;
   void SetClipboardText(const std::string& text) override;
   void BringToFront() override { ++broughtToFront; }
+  // True for a folder in (or below) one of `discFolders`.
+  bool FolderIsOnDisc(const std::string& folder) override;
+  // Records the folder, then lets the test swap the disc by `onEject`.
+  void EjectDisc(const std::string& folder) override;
+  void ClearQuarantine(const std::string& path, const std::string& password) override;
 
   // Runs `event` inside the first DoEvents that brings the clock to `tick` or beyond.
   void At(int64_t tick, std::function<void()> event);
@@ -55,6 +61,13 @@ class VirtualPlatform : public Platform {
   // Called after each launch is recorded, e.g. to script the program's answers.
   std::function<void(const std::string& path)> onLaunch;
   int broughtToFront = 0;
+  std::vector<std::string> discFolders;
+  std::vector<std::string> ejected;
+  std::function<void(const std::string& folder)> onEject;
+  struct QuarantineClearing {
+    std::string path, password;
+  };
+  std::vector<QuarantineClearing> quarantineClearings;
 
  private:
   std::mutex clipboardMutex_;

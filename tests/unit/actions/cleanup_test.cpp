@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "payload/archives.h"
+#include "payload/manifest.h"
 #include "framework/testing/scratch_tree.h"
 #include "unit/core/core_fixture.h"
 #include "unit/payload/zip_fixture.h"
@@ -86,6 +87,18 @@ TEST_F(CleanupTest, WithoutItsProgramNothingIsStartedAndAFailedUnpackingIsTold) 
   window->Cleanup();
   EXPECT_EQ(ui.messages.back(), "PostInstallCleanup Extraction Failed 1.");
   EXPECT_TRUE(platform.launches.empty());
+}
+
+TEST_F(CleanupTest, ADamagedProgramIsNamedAndNeverStarted) {
+  WriteData3();
+  const std::string data3 = ReadFile(Resources() + "/Data3");
+  WriteFile(Resources() + "/Manifest",
+            PayloadManifest::Line({"Data3", data3.size(), std::string(64, 'a')}));
+  window->fCleanup = 1;
+  window->Cleanup();
+  EXPECT_EQ(ui.messages, std::vector<std::string>{"The file Data3 is damaged: its checksum does not match."});
+  EXPECT_TRUE(platform.launches.empty());
+  EXPECT_TRUE(fs::is_empty(At("tmp")));
 }
 
 }  // namespace

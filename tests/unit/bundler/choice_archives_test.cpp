@@ -6,7 +6,7 @@
 #include "bundler/description_file.h"
 #include "choices/choice_entries.h"
 #include "core/ostrel_stub_window.h"
-#include "fileutil/file_digest.h"
+#include "framework/sha256.h"
 #include "fileutil/view_const.h"
 #include "payload/archives.h"
 #include "unit/bundler/bundler_fixture.h"
@@ -47,10 +47,10 @@ TEST_F(ChoiceArchivesTest, FoldersArePackedWithTheirPinsAndUrlsStayUrls) {
   OstrelStubWindow w;
   ASSERT_TRUE(w.ReadData());
   const std::string resources = bundle + "/Contents/Resources/";
-  EXPECT_EQ(w.fInstallChoices, "Standard,Choice1.zip,Extras,The usual,sha256=" + *FileSha256(resources + "Choice1.zip") +
-                                   "|Full,Choice2.zip,Tool,,sha256=" + *FileSha256(resources + "Choice2.zip"));
+  EXPECT_EQ(w.fInstallChoices, "Standard,Choice1.zip,Extras,The usual,sha256=" + fw::Sha256OfFile(resources + "Choice1.zip") +
+                                   "|Full,Choice2.zip,Tool,,sha256=" + fw::Sha256OfFile(resources + "Choice2.zip"));
   EXPECT_EQ(w.fInstallOptions, "Web,https://example.com/get/pack.zip?v=2,Tool,,sha256=" +
-                                   *FileSha256(At("desc/served.zip")) + "|Plain web,http://example.com/p.zip,Tool,");
+                                   fw::Sha256OfFile(At("desc/served.zip")) + "|Plain web,http://example.com/p.zip,Tool,");
   EXPECT_FALSE(fs::exists(resources + "Option1.zip"));
 
   // The stub takes the archives as they are: content at the top, pins that match.

@@ -4,7 +4,7 @@
 
 #include <random>
 
-#include "fileutil/file_digest.h"
+#include "framework/sha256.h"
 #include "unit/http/http_fixture.h"
 #include "unit/payload/zip_fixture.h"
 
@@ -79,7 +79,7 @@ TEST_F(ExpandChoicesTest, FailuresAreToldAndTheRestGoesOn) {
   fs::create_directories(At("apps/Tool/lib"));
   WriteFile(At("apps/Tool/lib/old.so"), "old");
   window->fInstallChoices = "Lib,lib.zip,Tool";
-  const std::string pin = "sha256=" + *FileSha256(good);
+  const std::string pin = "sha256=" + fw::Sha256OfFile(good);
   window->fInstallOptions = "A,missing.zip,A|B,good.zip,B," + std::string(64, '0') + "|B,good.zip,B2,tip," +
                             pin + "|C,good.zip,C,,sha256=" + std::string(64, '0') + "|D,myhttp.zip,D|E,good.zip,E,,SHA256=" +
                             pin.substr(7, 63);
@@ -114,7 +114,7 @@ TEST_F(ExpandChoicesTest, AnOptionFromAUrl) {
   server.Route("/get/", {.body = served});
   WriteFile(At("apps/pack.zip"), "the user's own pack.zip");
   fs::create_directories(At("apps/Tool/Extras"));
-  window->fInstallOptions = "Web," + server.Url("/get/pack.zip") + ",Extras,,sha256=" + *FileSha256(At("served.zip")) +
+  window->fInstallOptions = "Web," + server.Url("/get/pack.zip") + ",Extras,,sha256=" + fw::Sha256OfFile(At("served.zip")) +
                             "|Short," + server.Url("/get/short.zip") + ",Short|Slash," + server.Url("/get/") +
                             ",Slash|Self,HTTP://127.0.0.1:" + std::to_string(server.Port()) + "/get/pack.zip,tool";
   Expand("", "Web,Short,Slash,Self");

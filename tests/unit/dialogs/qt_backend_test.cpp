@@ -9,6 +9,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QLabel>
+#include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QProgressBar>
 #include <QPushButton>
@@ -22,6 +23,7 @@
 #include "framework/qt/qt_platform.h"
 #include "framework/qt/qt_ui.h"
 #include "framework/qt/window_widget.h"
+#include "relocation/gatekeeper_translocation.h"
 #include "support/sandbox.h"
 
 namespace {
@@ -205,6 +207,27 @@ TEST_F(QtBackendTest, EveryWindowThatAppearsIsSavedWhenAskedTo) {
   const QStringList files = QDir(QString::fromStdString(At("shots"))).entryList({"*.png"});
   ASSERT_EQ(files.size(), 1);
   EXPECT_TRUE(files[0].endsWith("-Shot_Title.png")) << files[0].toStdString();
+}
+
+TEST_F(QtBackendTest, TheTranslocationDialogShowsItsTwoParagraphsAndHidesNoTypedText) {
+  // Its picture goes where the caller asks, else into the sandbox.
+  const bool ours = qEnvironmentVariableIsEmpty("OSTREL_SCREENSHOT_DIR");
+  if (ours) qputenv("OSTREL_SCREENSHOT_DIR", QByteArray::fromStdString(At("shots")));
+  TGatekeeperTranslocationDlg d;
+  QString explanation;
+  QLineEdit::EchoMode echo = QLineEdit::Password;
+  QTimer::singleShot(50, [&] {
+    QWidget& w = QtUI::WidgetOf(d);
+    for (auto* label : w.findChildren<QLabel*>())
+      if (label->text().startsWith("Gatekeeper")) explanation = label->text();
+    for (auto* edit : w.findChildren<QLineEdit*>()) echo = edit->echoMode();
+    ClickLater(0, "Cancel");
+  });
+  d.ShowModal();
+  if (ours) qunsetenv("OSTREL_SCREENSHOT_DIR");
+  EXPECT_EQ(d.fBtnName, "CancelBtn");
+  EXPECT_TRUE(explanation.contains("OS bug.  \n\nTo correct")) << explanation.toStdString();
+  EXPECT_EQ(echo, QLineEdit::Normal);
 }
 
 }  // namespace

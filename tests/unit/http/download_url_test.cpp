@@ -4,7 +4,7 @@
 
 #include <fstream>
 
-#include "fileutil/file_digest.h"
+#include "framework/sha256.h"
 #include "http/http_client.h"
 #include "unit/http/http_fixture.h"
 
