@@ -19,7 +19,7 @@
 #include "fileutil/view_const.h"
 #include "framework/posix/posix_platform.h"
 #include "payload/archives.h"
-#include "payload/zip_opener.h"
+#include "payload/zip/zip_opener.h"
 
 namespace {
 

@@ -88,9 +88,12 @@ void OstrelStubWindow::OKBtnClicked() {
     goOn = SelectChoiceAndOptions(choices, options);
   }
   if (goOn) {
+    // A failed installation ends the run: nothing may build on it.
     ExpandFolder();
-    ExpandChoiceAndOptions(choices, options);
-    Cleanup();
+    if (!fInstallationFailed) {
+      ExpandChoiceAndOptions(choices, options);
+      Cleanup();
+    }
     fw::Quit(0);
   }
 }

@@ -48,6 +48,13 @@ class OstrelStubWindow : public fw::Window {
   std::string fPostCopy;
   int fCleanup = 0;
 
+  // --- The main installation's outcome (payload/). ZipFileProcess leaves why
+  // the archive could not be expanded, empty when it was. ExpandFolder sets
+  // fInstallationFailed when it could not install; the run then ends there,
+  // without the choices, the actions or the clean-up.
+  std::string fExpansionError;
+  bool fInstallationFailed = false;
+
   // --- Controls.
   fw::Control& QuitBtn;
   fw::Control& InstallBtn;

@@ -13,6 +13,7 @@ void VirtualPlatform::DoEvents(int milliseconds) {
   const int64_t step = static_cast<int64_t>(milliseconds) * 60 / 1000;
   ticks += step > 0 ? step : 1;
   std::this_thread::sleep_for(std::chrono::microseconds(200));
+  if (onDoEvents) onDoEvents();
 }
 
 std::string VirtualPlatform::SpecialFolder(SpecialFolderKind kind) {

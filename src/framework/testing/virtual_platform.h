@@ -3,6 +3,7 @@
 // an in-memory clipboard. A wait of 180 ticks costs no real time.
 #pragma once
 
+#include <functional>
 #include <map>
 #include <mutex>
 #include <string>
@@ -43,6 +44,9 @@ class VirtualPlatform : public Platform {
   std::vector<Launched> launches;
   std::vector<std::string> urls;
   int broughtToFront = 0;
+  // Runs at every DoEvents, after the clock has moved: a test acts at the
+  // moments the logic yields (looks at the window, stops the run there).
+  std::function<void()> onDoEvents;
 
  private:
   std::mutex clipboardMutex_;

@@ -127,7 +127,8 @@ TEST_F(QtBackendTest, QuestionWindowMatchesItsSizedModel) {
       seen.push_back(std::to_string(top->width()) + "x" + std::to_string(top->height()));
       for (auto* b : top->findChildren<QPushButton*>())
         if (b->isVisible()) seen.push_back(b->text().toStdString() + "@" + std::to_string(b->x()) + "," + std::to_string(b->y()));
-      seen.push_back(top->findChild<QLabel*>()->text().toStdString());
+      const auto* label = top->findChild<QLabel*>();
+      seen.push_back(label ? label->text().toStdString() : "no label");
     }
     ClickLater(0, "No");
   });

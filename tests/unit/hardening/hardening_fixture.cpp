@@ -17,7 +17,7 @@
 #include "core/ostrel_stub_window.h"
 #include "fileutil/view_const.h"
 #include "payload/archives.h"
-#include "payload/zip_opener.h"
+#include "payload/zip/zip_opener.h"
 
 namespace ostrel::test {
 namespace {
@@ -133,11 +133,10 @@ Outcome HardeningTest::Expand(const std::string& zipBytes, Route route) {
   // The opener expands the archive into the folder that holds it.
   const std::string archive = Dest() + "/hostile.zip";
   WriteFile(archive, zipBytes);
-  const size_t told = ui.messages.size();
   fw::Launch(archive, true);
   OstrelStubWindow window;
   window.ZipFileProcess(archive, fw::FolderItem(archive));
-  if (ui.messages.size() > told) outcome.message = ui.messages.back();
+  outcome.message = window.fExpansionError;
   outcome.ok = outcome.message.empty();
   outcome.archiveUnchanged = ReadFile(archive) == zipBytes;
   unlink(archive.c_str());

@@ -32,7 +32,7 @@ const char* RouteName(Route r);
 
 struct Outcome {
   bool ok = false;
-  std::string message;  // what the user was told, if anything
+  std::string message;  // for the opener: why the archive could not be expanded, if it could not
   bool archiveUnchanged = false;  // the archive's bytes were as written when it was done
 };
 
