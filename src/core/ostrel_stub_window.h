@@ -66,6 +66,10 @@ class OstrelStubWindow : public fw::Window {
   fw::Control& CopyrightLabel;
   fw::Control& InfoBtn;
 
+  // The menu bar of the application and the window: File > Quit, and the
+  // edit items. No menu bar shows; the shortcuts work all the same.
+  fw::MenuBar MenuBar1;
+
   // The custom label at `index`, or empty past the end of the list.
   std::string Label(size_t index) const;
   static std::string CustomLabel(const std::string& defaultText, const std::string& customText);

@@ -9,11 +9,11 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <QRadioButton>
-#include <QShortcut>
 #include <algorithm>
 #include <climits>
 
 #include "framework/qt/event_guard.h"
+#include "framework/qt/window_keys.h"
 #include "framework/runtime.h"
 
 namespace fw::qt {
@@ -39,19 +39,9 @@ bool OpensOutside(const QUrl& url) {
 WindowWidget::WindowWidget(Window& model) : QWidget(nullptr), model_(&model) {
   for (auto& c : model.Controls()) items_.push_back({c.get(), MakeWidget(*c), std::string(), false});
 
-  // Return presses the default button and Escape the cancel button, wherever the focus is.
-  auto pressDefault = [this] {
-    Dispatch([m = model_] {
-      if (m) m->PressDefault();
-    });
-  };
-  for (auto key : {Qt::Key_Return, Qt::Key_Enter})
-    connect(new QShortcut(QKeySequence(key), this), &QShortcut::activated, this, pressDefault);
-  connect(new QShortcut(QKeySequence(Qt::Key_Escape), this), &QShortcut::activated, this, [this] {
-    Dispatch([m = model_] {
-      if (m) m->PressCancel();
-    });
-  });
+  // Return presses the default button and Escape the cancel button, wherever
+  // the focus is; the menu bar's shortcuts work too.
+  new WindowKeys(this, [this] { return model_; });
   Sync();
 }
 

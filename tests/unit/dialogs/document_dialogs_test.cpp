@@ -54,6 +54,10 @@ TEST_F(DocumentDialogTest, EachButtonReportsItsOwnName) {
     d.ShowModal();
     EXPECT_EQ(d.fBtnName, "QuitBtn");
     EXPECT_FALSE(d.Visible());
+    d.fBtnName.clear();
+    ui.answers.push_back(ScriptedUI::PressCancel());  // Escape
+    d.ShowModal();
+    EXPECT_EQ(d.fBtnName, "QuitBtn");
   }
   {
     THtmlNotesDlg d;
@@ -66,7 +70,7 @@ TEST_F(DocumentDialogTest, EachButtonReportsItsOwnName) {
     d.ShowModal();
     EXPECT_EQ(d.fBtnName, "QuitBtn");
   }
-  const auto& html = ui.modals.at(1);
+  const auto& html = ui.modals.at(2);
   EXPECT_EQ(html.width, 762);
   EXPECT_EQ(html.height, 511);
   EXPECT_EQ(html.Get("MyHTMLViewer").geometry, (fw::Rect{0, 0, 762, 460}));

@@ -196,7 +196,7 @@ TEST_F(MessageDialogTest, ReplaceConfirmationAnswersByControlName) {
   ui.answers.push_back(ScriptedUI::PressDefault());
   d.ShowModal();
   EXPECT_EQ(d.fBtnName, "OKBtn");
-  ui.answers.push_back(ScriptedUI::Press("CancelBtn"));
+  ui.answers.push_back(ScriptedUI::PressCancel());  // Escape declines
   d.ShowModal();
   EXPECT_EQ(d.fBtnName, "CancelBtn");
   EXPECT_TRUE(ui.modals[0].Get("OKBtn").isDefault);
