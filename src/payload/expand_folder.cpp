@@ -159,7 +159,7 @@ void OstrelStubWindow::ExpandFolder() {
     copied = ostrel::CopyThroughByteStep(payload.data2, archive, false);
   }
   if (copied.error)
-    return fail(std::string(copied.inSource ? "The setup's payload cannot be read" : "The payload cannot be copied") +
+    return fail((copied.inSource ? "The setup's payload cannot be read" : "The payload cannot be copied to " + folder) +
                 " (" + std::strerror(copied.error) + ").");
 
   // The opener expands the archive beside itself; the wait follows it. The

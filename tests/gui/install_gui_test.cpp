@@ -52,12 +52,6 @@ class InstallGuiTest : public StubDriverTest {
     x->Click(agreement, agreementX, 487);
   }
 
-  void ChooseFolder(const std::string& path) {
-    const std::string chooser = Expect("^Select Folder$", "folder-chooser");
-    x->Key(chooser, "ctrl+a");
-    x->Type(chooser, path);
-    x->Key(chooser, "Return");
-  }
 };
 
 TEST_F(InstallGuiTest, TheWindowShowsTheRecordAndQuitsByItsQuitButton) {

@@ -25,6 +25,14 @@ class StubDriverTest : public SandboxTest {
   void Shot(const std::string& windowId, const std::string& name);
   // Waits for the stub to end; its exit code.
   std::optional<int> Finish();
+  // Replaces field `field` of the built bundle's TextData, as a careless tool
+  // would write it.
+  void SetTextField(int field, const std::string& value);
+  std::string Data2Path() const { return bundlePath + "/Contents/Resources/Data2"; }
+  // Types the folder into the folder chooser and accepts it by Return.
+  void ChooseFolder(const std::string& path);
+  // Waits for a plain message box and answers it by Return.
+  void AnswerMessage(const std::string& shotName);
 
   std::string bundlePath;
   std::unique_ptr<XSession> x;

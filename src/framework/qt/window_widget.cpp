@@ -24,6 +24,15 @@ QString ToQString(const std::string& utf8) {
 
 std::string FromQString(const QString& s) { return s.toUtf8().toStdString(); }
 
+QString ToQString(const std::string& utf8, size_t maxChars) {
+  // A character takes four bytes at most: this many hold the first maxChars whole.
+  const size_t take = std::min(utf8.size(), maxChars * 4);
+  QString q = QString::fromUtf8(utf8.data(), static_cast<qsizetype>(take));
+  if (static_cast<size_t>(q.size()) <= maxChars && take == utf8.size()) return q;
+  q.truncate(static_cast<qsizetype>(maxChars - 3));
+  return q + "...";
+}
+
 namespace {
 
 QColor ToColor(uint32_t rgb) { return QColor::fromRgb(static_cast<QRgb>(0xFF000000u | rgb)); }
@@ -149,7 +158,7 @@ void WindowWidget::SyncFrame() {
     setWindowFlags(flags);  // hides the window
     if (wasVisible) show();
   }
-  const QString title = ToQString(m.Title());
+  const QString title = ToQString(m.Title(), kTitleChars);
   if (windowTitle() != title) setWindowTitle(title);
 
   const int w = std::max(m.Width(), 1), h = std::max(m.Height(), 1);
@@ -240,9 +249,11 @@ void WindowWidget::SyncText(Item& item) {
   if (item.textShown && item.shownText == text) return;
   item.shownText = text;
   item.textShown = true;
-  const QString q = ToQString(text);
+  const ControlKind kind = item.control->kind();
+  const bool document = kind == ControlKind::TextArea || kind == ControlKind::HTMLViewer;
+  const QString q = ToQString(text, document ? kDocumentChars : kShortTextChars);
   QWidget* w = item.widget;
-  switch (item.control->kind()) {
+  switch (kind) {
     case ControlKind::PushButton:
     case ControlKind::RadioButton:
     case ControlKind::CheckBox: {

@@ -7,7 +7,7 @@
 #include "payload/archives.h"
 #include "payload/zip/zip_opener.h"
 #include "unit/core/core_fixture.h"
-#include "unit/payload/zip_fixture.h"
+#include "support/zip_fixture.h"
 
 namespace ostrel::test {
 namespace {

@@ -107,8 +107,9 @@ TEST_F(FaultFullDestinationTest, AnArchiveLargerThanTheRoomFailsClearlyByEveryRo
       const Outcome r = Expand(BuildRawZip(archive.entries), route);
       EXPECT_FALSE(r.ok);
       EXPECT_TRUE(r.archiveUnchanged);
-      if (route == Route::Opener)
+      if (route == Route::Opener) {
         EXPECT_TRUE(Mentions(r.message, kNoSpace) || Mentions(r.message, "free")) << r.message;
+      }
       EXPECT_TRUE(OutsideUnchanged(archive.what));
       EXPECT_TRUE(DestHoldsOnlySafeItems());
       ClearDest();

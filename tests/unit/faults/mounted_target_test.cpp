@@ -8,7 +8,7 @@
 #include "payload/expansion_wait.h"
 #include "support/sandbox.h"
 #include "unit/faults/faults_fixture.h"
-#include "unit/payload/zip_fixture.h"
+#include "support/zip_fixture.h"
 
 namespace ostrel::test {
 namespace {

@@ -13,7 +13,7 @@
 #include "payload/zip/zip_opener.h"
 #include "support/forked_child.h"
 #include "unit/hardening/hardening_fixture.h"
-#include "zip_fixture.h"
+#include "support/zip_fixture.h"
 
 namespace ostrel::test {
 namespace {

@@ -6,7 +6,7 @@
 #include "payload/expansion_wait.h"
 #include "payload/zip/zip_opener.h"
 #include "support/sandbox.h"
-#include "zip_fixture.h"
+#include "support/zip_fixture.h"
 
 namespace ostrel::test {
 namespace {

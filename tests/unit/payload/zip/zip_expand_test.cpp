@@ -9,7 +9,7 @@
 #include "payload/archives.h"
 #include "payload/zip/zip_expand.h"
 #include "support/sandbox.h"
-#include "unit/payload/zip_fixture.h"
+#include "support/zip_fixture.h"
 
 namespace ostrel::test {
 namespace {

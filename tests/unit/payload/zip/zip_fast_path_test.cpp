@@ -13,7 +13,7 @@
 #include "payload/zip/zip_opener.h"
 #include "lying_zip.h"
 #include "support/sandbox.h"
-#include "unit/payload/zip_fixture.h"
+#include "support/zip_fixture.h"
 
 namespace ostrel::test {
 namespace {
