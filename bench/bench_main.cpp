@@ -24,7 +24,7 @@
 namespace {
 
 const char* const kUsage =
-    "usage: ostrel-bench corpus TOP | big FILE MIB | zip FOLDER TOPNAME ZIP\n"
+    "usage: ostrel-bench corpus TOP [MB] | big FILE MIB | zip FOLDER TOPNAME ZIP\n"
     "                    | expand ZIP FOLDER | unscramble FILE | scramble FILE\n"
     "                    | delete PATH | copy SOURCE DESTINATION\n"
     "                    | time RESULTFILE -- COMMAND [ARGS...]\n";
@@ -63,8 +63,9 @@ int Expand(const std::string& zip, const std::string& folder) {
 
 int Run(const std::vector<std::string>& a, std::vector<char*> raw) {
   const std::string op = a.empty() ? "" : a[0];
-  if (op == "corpus" && a.size() == 2) {
-    const auto sum = ostrel::bench::WriteCorpusTree(a[1]);
+  if (op == "corpus" && (a.size() == 2 || a.size() == 3)) {
+    const auto shape = a.size() == 3 ? ostrel::bench::ScaledShape(std::stoull(a[2])) : ostrel::bench::CorpusShape{};
+    const auto sum = ostrel::bench::WriteCorpusTree(a[1], shape);
     std::printf("%llu files, %llu folders, %llu bytes\n", static_cast<unsigned long long>(sum.files),
                 static_cast<unsigned long long>(sum.folders), static_cast<unsigned long long>(sum.bytes));
     return 0;
