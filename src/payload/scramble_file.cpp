@@ -65,13 +65,24 @@ int OpenPlainFile(const std::string& path, mode_t& mode) {
 }
 
 // Streams `in` into the new file `out` at `outPath` with the mode given;
-// 0 or the errno of the first failure. Both descriptors are closed.
-int StreamInto(int in, int out, mode_t mode, bool encrypt) {
-  int error = TransformStream(in, out, encrypt);
+// 0 or the errno of the first failure. Both descriptors are closed, and the
+// new file is removed again when it fails, or when the window's turn ends
+// the run (a Quit pressed meanwhile).
+int StreamInto(int in, int out, const std::string& outPath, mode_t mode, bool encrypt) {
+  int error = 0;
+  try {
+    error = TransformStream(in, out, encrypt);
+  } catch (...) {
+    close(in);
+    close(out);
+    unlink(outPath.c_str());
+    throw;
+  }
   close(in);
   // The creation mode went through the umask; give back the original's own.
   if (fchmod(out, mode) != 0 && !error) error = errno;
   if (close(out) != 0 && !error) error = errno;
+  if (error) unlink(outPath.c_str());
   return error;
 }
 
@@ -88,9 +99,11 @@ int RewriteThroughByteStep(const std::string& path, bool encrypt) {
     close(in);
     return error;
   }
-  int error = StreamInto(in, out, mode, encrypt);
-  if (!error && rename(temp.c_str(), path.c_str()) != 0) error = errno;
-  if (error) unlink(temp.c_str());
+  int error = StreamInto(in, out, temp, mode, encrypt);
+  if (!error && rename(temp.c_str(), path.c_str()) != 0) {
+    error = errno;
+    unlink(temp.c_str());
+  }
   return error;
 }
 
@@ -104,9 +117,7 @@ CopyResult CopyThroughByteStep(const std::string& source, const std::string& des
     close(in);
     return {error, false};
   }
-  const int error = StreamInto(in, out, mode, encrypt);
-  if (error) unlink(destination.c_str());
-  return {error, false};
+  return {StreamInto(in, out, destination, mode, encrypt), false};
 }
 
 }  // namespace ostrel

@@ -10,6 +10,7 @@
 #include "framework/folder_item.h"
 #include "framework/own_files.h"
 #include "framework/runtime.h"
+#include "payload/zip/zip_opener.h"
 
 namespace ostrel {
 namespace {
@@ -58,6 +59,16 @@ void RecoverLeftovers(const std::string& folder) {
       RecoverStage(folder, item);
     else
       unlink(item.c_str());  // a part file of a copy that never ended
+  }
+}
+
+InstallStage::~InstallStage() {
+  try {
+    if (!IsOpen()) return;
+    WaitForZipExpansions();  // nothing may still be writing into the stage
+    RollBack();
+  } catch (...) {
+    // Whatever is left, the next run in this folder recovers.
   }
 }
 

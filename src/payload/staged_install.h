@@ -28,7 +28,10 @@ void RecoverLeftovers(const std::string& folder);
 class InstallStage {
  public:
   InstallStage() = default;
-  ~InstallStage() = default;
+  // A stage still open when it goes (the run was ended half-way, by a Quit
+  // pressed during a wait, say) is rolled back: the target's place holds the
+  // old installation again.
+  ~InstallStage();
   InstallStage(const InstallStage&) = delete;
   InstallStage& operator=(const InstallStage&) = delete;
 

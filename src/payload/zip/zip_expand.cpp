@@ -104,6 +104,23 @@ std::string CheckEntry(archive_entry* e, const std::set<std::string>& links, std
   return path;
 }
 
+// Reads the next entry that is to be written: true with its checked path;
+// false at the end, or with the reason in `why` when the archive is refused.
+bool NextEntry(archive* in, const std::set<std::string>& links, archive_entry*& e, std::string& path,
+               std::string& why) {
+  for (;;) {
+    const int r = archive_read_next_header(in, &e);
+    if (r == ARCHIVE_EOF) return false;
+    if (r < ARCHIVE_WARN) {
+      why = Damaged(in);
+      return false;
+    }
+    path = CheckEntry(e, links, why);
+    if (path.empty()) return false;
+    if (!IsMacResourceEntry(path)) return true;
+  }
+}
+
 // A link may lead out through another link, of the archive or already on
 // the disc, though each reads well alone: every chain is followed as the
 // finished tree would have it, the archive's entries taking the place of
@@ -134,19 +151,15 @@ std::string Survey(const std::string& archivePath, const std::string& root, cons
   std::set<std::string> links;
   Entries entries;
   archive_entry* e = nullptr;
-  for (;;) {
-    const int r = archive_read_next_header(in.get(), &e);
-    if (r == ARCHIVE_EOF) break;
-    if (r < ARCHIVE_WARN) return Damaged(in.get());
-    const std::string path = CheckEntry(e, links, why);
-    if (path.empty()) return why;
-    if (IsMacResourceEntry(path)) continue;
+  std::string path;
+  while (NextEntry(in.get(), links, e, path, why)) {
     const auto type = archive_entry_filetype(e);
     if (std::string bad = CheckShape(rules, path, type == AE_IFDIR); !bad.empty()) return bad;
     if (type == AE_IFLNK) links.insert(path);
     entries[path] = type == AE_IFLNK ? std::optional<std::string>(archive_entry_symlink(e)) : std::nullopt;
     total += (archive_entry_size_is_set(e) ? archive_entry_size(e) : 0) + 1;
   }
+  if (!why.empty()) return why;
   if (std::string bad = CheckWholeShape(rules, entries.size()); !bad.empty()) return bad;
   return CheckLinkChains(root, entries);
 }
@@ -186,13 +199,8 @@ std::string Extract(const std::string& archivePath, ExpandProgress& progress, Li
                                                 ARCHIVE_EXTRACT_SECURE_NOABSOLUTEPATHS);
   std::set<std::string> links;
   archive_entry* e = nullptr;
-  for (;;) {
-    const int r = archive_read_next_header(in.get(), &e);
-    if (r == ARCHIVE_EOF) break;
-    if (r < ARCHIVE_WARN) return Damaged(in.get());
-    const std::string path = CheckEntry(e, links, why);
-    if (path.empty()) return why;
-    if (IsMacResourceEntry(path)) continue;
+  std::string path;
+  while (NextEntry(in.get(), links, e, path, why)) {
     archive_entry_set_pathname(e, path.c_str());
     archive_entry_set_perm(e, archive_entry_perm(e) & 0777);  // no setuid, setgid or sticky bit
     if (archive_write_header(out.get(), e) < ARCHIVE_WARN) return WriteFailed(path, out.get());
@@ -207,6 +215,7 @@ std::string Extract(const std::string& archivePath, ExpandProgress& progress, Li
     }
     progress.done += 1;
   }
+  if (!why.empty()) return why;
   if (archive_write_close(out.get()) < ARCHIVE_WARN) return WriteFailed("the last entry", out.get());
   return {};
 }

@@ -167,6 +167,21 @@ std::string StageOf(const std::string& folder) {
   return "none";
 }
 
+TEST_F(PayloadStagedReplaceTest, AQuitPressedDuringTheExpansionPutsTheEarlierInstallationBack) {
+  std::vector<ZipEntry> payload = NewPayload();
+  for (int i = 0; i < 1500; ++i) payload.push_back({"MyApp/many/" + std::to_string(i), "x"});
+  WriteData2(payload);
+  const Snapshot before = AllBut();
+  auto window = Window();
+  platform.onDoEvents = [&] {
+    if (StageOf(At("dest")) == "expanding") throw fw::QuitRequest{0};
+  };
+  EXPECT_EQ(Run([&] { window->ExpandFolder(); }), 0);
+  platform.onDoEvents = nullptr;
+  EXPECT_EQ(SnapshotDiff(before, AllBut()), "");
+  EXPECT_EQ(OwnLeftovers(), std::vector<std::string>{});
+}
+
 TEST_F(PayloadStagedReplaceTest, AKillAtAnyStageIsRecoveredByTheNextRunOldOrNewNeverNeither) {
   std::vector<ZipEntry> payload = NewPayload();
   for (int i = 0; i < 1500; ++i) payload.push_back({"MyApp/many/" + std::to_string(i), "x"});
