@@ -142,18 +142,6 @@ TEST_F(PayloadExpandFolderTest, AMissingPayloadIsReportedAndTheRunEndsThere) {
   EXPECT_EQ(window.fTargetFolder, At("dest/MyApp"));
 }
 
-TEST_F(PayloadExpandFolderTest, ADamagedPayloadIsReportedAndNothingIsLeftBehind) {
-  fs::create_directories(At("Setup.app/Contents/Resources"));
-  WriteFile(At("Setup.app/Contents/Resources/Data2"), std::string(5000, 'J'));
-  ui.folderAnswers.push_back(At("dest"));
-  window.ExpandFolder();
-  ASSERT_EQ(ui.messages.size(), 1u);
-  EXPECT_EQ(ui.messages[0].rfind("Installation Failed\n\nThe archive MyApp.zip could not be expanded: ", 0), 0u)
-      << ui.messages[0];
-  EXPECT_TRUE(window.fInstallationFailed);
-  EXPECT_TRUE(fs::is_empty(At("dest")));
-}
-
 TEST_F(PayloadExpandFolderTest, APatchClearsAStalePatchFolderUnaskedAndKeepsTheInstallation) {
   WriteData2("MyAppPatch");
   WriteFile(At("dest/MyApp/old.txt"), "installed");
