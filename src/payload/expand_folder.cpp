@@ -145,7 +145,10 @@ void OstrelStubWindow::ExpandFolder() {
   };
 
   // The working archive beside the target: joined from the pieces and then
-  // unscrambled, or unscrambled as Data2 is copied.
+  // unscrambled, or unscrambled as Data2 is copied. The joining writes the
+  // pieces as they are to `archive`, a path in the stage that does not exist
+  // yet; a joining that unscrambles on its way would take the rewrite below
+  // with it.
   ShowInstallinProgress();
   if (const int error = stage.Open(folder, name))
     return fail("The folder " + folder + " cannot be written (" + std::strerror(error) + ").");
