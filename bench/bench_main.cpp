@@ -23,12 +23,12 @@
 #include "payload/archives.h"
 #include "payload/manifest.h"
 #include "payload/piece_join.h"
-#include "payload/zip_opener.h"
+#include "payload/zip/zip_opener.h"
 
 namespace {
 
 const char* const kUsage =
-    "usage: ostrel-bench corpus TOP | big FILE MIB | zip FOLDER TOPNAME ZIP\n"
+    "usage: ostrel-bench corpus TOP [MB] | big FILE MIB | zip FOLDER TOPNAME ZIP\n"
     "                    | expand ZIP FOLDER | unscramble FILE | scramble FILE\n"
     "                    | delete PATH | copy SOURCE DESTINATION\n"
     "                    | manifest MANIFEST PIECE... | join [--manifest MANIFEST] OUT PIECE...\n"
@@ -101,8 +101,9 @@ int Join(const std::string& manifestPath, const std::string& target, const std::
 
 int Run(const std::vector<std::string>& a, std::vector<char*> raw) {
   const std::string op = a.empty() ? "" : a[0];
-  if (op == "corpus" && a.size() == 2) {
-    const auto sum = ostrel::bench::WriteCorpusTree(a[1]);
+  if (op == "corpus" && (a.size() == 2 || a.size() == 3)) {
+    const auto shape = a.size() == 3 ? ostrel::bench::ScaledShape(std::stoull(a[2])) : ostrel::bench::CorpusShape{};
+    const auto sum = ostrel::bench::WriteCorpusTree(a[1], shape);
     std::printf("%llu files, %llu folders, %llu bytes\n", static_cast<unsigned long long>(sum.files),
                 static_cast<unsigned long long>(sum.folders), static_cast<unsigned long long>(sum.bytes));
     return 0;

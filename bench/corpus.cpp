@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstring>
@@ -141,6 +142,15 @@ void WriteMixed(const std::string& path, uint64_t size, uint64_t seed, int mix) 
 }
 
 }  // namespace
+
+CorpusShape ScaledShape(uint64_t megabytes) {
+  const CorpusShape full;
+  const double f = static_cast<double>(megabytes) * 1000000 / static_cast<double>(full.smallBytes + full.largeBytes);
+  auto scaled = [f](double n) { return std::max(1, static_cast<int>(n * f)); };
+  return {scaled(full.folders), scaled(full.smallFiles), scaled(full.largeFiles),
+          static_cast<uint64_t>(static_cast<double>(full.smallBytes) * f),
+          static_cast<uint64_t>(static_cast<double>(full.largeBytes) * f)};
+}
 
 CorpusSummary WriteCorpusTree(const std::string& top, const CorpusShape& shape) {
   Random r(20240601);

@@ -17,6 +17,9 @@ struct CorpusShape {
   uint64_t largeBytes = 280000000;  // about, spread over the large files
 };
 
+// The same shape at about `megabytes` (the full one is about 580).
+CorpusShape ScaledShape(uint64_t megabytes);
+
 struct CorpusSummary {
   uint64_t files = 0, folders = 0, bytes = 0;
 };

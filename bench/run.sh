@@ -9,7 +9,8 @@
 # tmpfs when one can be mounted (as root), else in /dev/shm, so that the
 # disc's cache does not decide the result. Everything is removed at the end.
 #   BENCH_SCRATCH=DIR     use DIR (must not exist) instead
-#   BENCH_SKIP_INSTALL=1  leave out the whole installation under Xvfb
+#   BENCH_SKIP_INSTALL=1  leave out the installations through the real binary
+#                         (under Xvfb); any other value, 0 included, keeps them
 set -euo pipefail
 runs="${1:-3}"
 root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
@@ -52,6 +53,10 @@ echo "Making the corpus in $s ($medium)" >&2
 mkdir -p "$s/src" "$s/results"
 "$bench" corpus "$s/src/Corpus" >&2
 "$bench" zip "$s/src" Corpus "$s/payload.zip" >/dev/null
+# A payload of about 100 MB, installed whole against unzip of its archive.
+mkdir -p "$s/small"
+"$bench" corpus "$s/small/Small" 100 >&2
+"$bench" zip "$s/small" Small "$s/small.zip" >/dev/null
 "$bench" big "$s/big" 1024
 # The same 1 GiB as a split setup's pieces: five of them, and their manifest.
 mkdir -p "$s/pieces"
@@ -76,8 +81,7 @@ read -r url <&"${SERVER[0]}"
 # One untimed pass of each over the same files first: the first reading of
 # a file just written costs the kernel extra, whichever tool comes first.
 "$bench" unscramble "$s/big"
-dd if="$s/big" of="$s/big.dd" bs=1M status=none
-rm -f "$s/big.dd"
+dd if="$s/big" of="$s/big.new" bs=1M status=none && mv "$s/big.new" "$s/big"
 fresh "$s/x"; "$bench" expand "$s/payload.zip" "$s/x"
 fresh "$s/x"; unzip -q "$s/payload.zip" -d "$s/x"
 "$net" download "$url" "$s/dl" >/dev/null; rm -f "$s/dl"
@@ -94,7 +98,10 @@ expand_peers() {
   fresh "$s/x"; timed expand-cp cp -r "$s/src/Corpus" "$s/x/"
 }
 unscramble_ours() { timed unscramble-ours "$bench" unscramble "$s/big"; }
-unscramble_peers() { timed unscramble-dd dd if="$s/big" of="$s/big.dd" bs=1M status=none; rm -f "$s/big.dd"; }
+# The durable pattern ours follows: a new file, renamed over the old one.
+unscramble_peers() {
+  timed unscramble-dd sh -c 'dd if="$1" of="$1.new" bs=1M status=none && mv "$1.new" "$1"' dd "$s/big"
+}
 delete_ours() { fresh "$s/x"; cp -a "$s/src/Corpus" "$s/x/"; timed delete-ours "$bench" delete "$s/x/Corpus"; }
 delete_peers() { fresh "$s/x"; cp -a "$s/src/Corpus" "$s/x/"; timed delete-rm rm -rf "$s/x/Corpus"; }
 join_ours() {
@@ -115,32 +122,23 @@ for run in $(seq "$runs"); do
 done
 rm -rf "$s/x"
 
-# A whole plain installation of the corpus through the real binary, from the
-# press of Install to the end of the process.
+# Whole plain installations through the real binary, from the press of
+# Install to the end of the process: the corpus, and the 100 MB payload.
 install_note=""
-if [ -z "${BENCH_SKIP_INSTALL:-}" ]; then
-  cat >"$s/bench.setup" <<EOF
-name = BenchSetup
-title = Ostrel Benchmark
-message = Installs the benchmark corpus.
-target = Corpus
-payload = src/Corpus
-application_folder = yes
-prompt_to_replace = no
-EOF
-  echo "Making the benchmark bundle" >&2
-  bundle="$("$build/ostrel-bundle" "$s/bench.setup" --stub "$build/ostrel-stub" --out "$s/bundle")"
-  exe="$bundle/Contents/MacOS/BenchSetup"
-  for d in $(seq 160 220); do [ -e "/tmp/.X$d-lock" ] || break; done
-  export DISPLAY=":$d"
-  Xvfb "$DISPLAY" -screen 0 1280x1024x24 -nolisten tcp >/dev/null 2>&1 &
-  xvfb=$!
-  for _ in $(seq 50); do xdpyinfo >/dev/null 2>&1 && break; sleep 0.1; done
-  for run in $(seq "$runs"); do
-    echo "Installation $run of $runs" >&2
+if [ "${BENCH_SKIP_INSTALL:-0}" != 1 ]; then
+  # install NAME TOP SOURCE: one installation of SOURCE (a folder named TOP).
+  install() {
+    local name="$1" top="$2" source="$3" bundle exe win start end timer
+    bundle="$s/bundle-$name"
+    if [ ! -d "$bundle" ]; then
+      printf '%s\n' "name = Bench$name" "title = Ostrel Benchmark" "message = Installs the benchmark corpus." \
+        "target = $top" "payload = $source" "application_folder = yes" "prompt_to_replace = no" >"$s/$name.setup"
+      "$build/ostrel-bundle" "$s/$name.setup" --stub "$build/ostrel-stub" --out "$bundle" >/dev/null
+    fi
+    exe="$bundle/Bench$name.app/Contents/MacOS/Bench$name"
     rm -rf "$s/home"
     mkdir -p "$s/home"
-    HOME="$s/home" TMPDIR="$s/home" "$bench" time "$results/install-raw" -- "$exe" &
+    HOME="$s/home" TMPDIR="$s/home" "$bench" time "$results/install-$name-raw" -- "$exe" &
     timer=$!
     win=""
     for _ in $(seq 300); do
@@ -155,14 +153,35 @@ EOF
     wait "$timer"
     end=$(date +%s.%N)
     # The time from the press, with the process's own peak memory.
-    tail -n 1 "$results/install-raw" | awk -v a="$start" -v b="$end" '{print b - a, $2, $3}' >>"$results/install-ours"
-    diff -rq "$s/src/Corpus" "$s/home/Applications/Corpus" >/dev/null ||
-      { echo "The installed tree differs from the corpus." >&2; exit 1; }
+    tail -n 1 "$results/install-$name-raw" | awk -v a="$start" -v b="$end" '{print b - a, $2, $3}' >>"$results/install-$name"
+    diff -rq "$source" "$s/home/Applications/$top" >/dev/null ||
+      { echo "The installed tree differs from its source." >&2; exit 1; }
+    rm -rf "$s/home"
+  }
+  install_peers() {
     fresh "$s/x"; timed install-cp cp -r "$s/src/Corpus" "$s/x/"
+    fresh "$s/x"; timed install-small-unzip unzip -q "$s/small.zip" -d "$s/x"
+  }
+  # Xvfb picks a free display and tells its number.
+  echo "Starting Xvfb for the installations" >&2
+  displayfile="$s/display"
+  Xvfb -displayfd 1 -screen 0 1280x1024x24 -nolisten tcp >"$displayfile" 2>/dev/null &
+  xvfb=$!
+  for _ in $(seq 100); do [ -s "$displayfile" ] && break; sleep 0.1; done
+  [ -s "$displayfile" ] || { echo "Xvfb did not start." >&2; exit 1; }
+  export DISPLAY=":$(head -n 1 "$displayfile")"
+  for _ in $(seq 50); do xdpyinfo >/dev/null 2>&1 && break; sleep 0.1; done
+  for run in $(seq "$runs"); do
+    echo "Installations, run $run of $runs" >&2
+    if [ $((run % 2)) -eq 1 ]; then
+      install corpus Corpus "$s/src/Corpus"; install small Small "$s/small/Small"; install_peers
+    else
+      install_peers; install corpus Corpus "$s/src/Corpus"; install small Small "$s/small/Small"
+    fi
   done
-  rm -rf "$s/x" "$s/home"
+  rm -rf "$s/x"
 else
-  install_note=" (installation left out)"
+  install_note=" (installations left out)"
 fi
 
 # The table: medians of wall time and peak resident memory.
@@ -181,19 +200,20 @@ row() {  # work, ours, peer name, peer, target ratio
 cpu="$(grep -m1 'model name' /proc/cpuinfo | cut -d: -f2- | sed 's/^ *//')"
 table="$(
   echo "Machine: $(nproc) cores ($cpu), $(free -g | awk '/^Mem:/ {print $2}') GiB, $(uname -sr); scratch on $medium; $(date -u +%Y-%m-%d)."
-  echo "Corpus: $(find "$s/src/Corpus" -type f | wc -l) files in $(find "$s/src/Corpus" -type d | wc -l) folders, $(du -sm "$s/src/Corpus" | cut -f1) MiB; payload zip $(du -m "$s/payload.zip" | cut -f1) MiB; one 1 GiB file. Medians of $runs runs$install_note."
+  echo "Corpus: $(find "$s/src/Corpus" -type f | wc -l) files in $(find "$s/src/Corpus" -type d | wc -l) folders, $(du -sm "$s/src/Corpus" | cut -f1) MiB; payload zip $(du -m "$s/payload.zip" | cut -f1) MiB; one 1 GiB file; a second payload of $(du -sm "$s/small/Small" | cut -f1) MiB ($(du -m "$s/small.zip" | cut -f1) MiB zipped). Medians of $runs runs$install_note."
   echo
   echo "| work | ours | our peak | peer | peer's time | peer's peak | ratio | target |"
   echo "|---|---|---|---|---|---|---|---|"
   row "expand the payload zip" expand-ours "unzip -q" expand-unzip 0.25
   row "expand the payload zip" expand-ours "bsdtar -xf" expand-bsdtar ""
   row "expand the payload zip" expand-ours "cp -r of the tree" expand-cp 1.0
-  row "unscramble 1 GiB" unscramble-ours "dd bs=1M" unscramble-dd 1.3
+  row "unscramble 1 GiB" unscramble-ours "dd bs=1M to a new file, mv over" unscramble-dd 1.3
   row "delete the tree" delete-ours "rm -rf" delete-rm 0.8
   row "copy the tree" copy-ours "cp -a" copy-cp 0.6
   row "download 1 GiB from 127.0.0.1" download-ours "curl -s -o" download-curl 1.2
   row "join a 1 GiB split setup" join-ours "cat of the pieces" join-cat 1.15
   row "join, each piece checked (SHA-256)" join-checked "cat of the pieces" join-cat ""
-  row "whole installation, Install to end" install-ours "cp -r of the tree" install-cp ""
+  row "whole installation, Install to end" install-corpus "cp -r of the tree" install-cp 1.5
+  row "100 MB installation, Install to end" install-small "unzip -q of its archive" install-small-unzip 0.6
 )"
 echo "$table" | tee "$root/bench/latest.md"

@@ -1,9 +1,12 @@
 // The stub's entry: the Qt application, the platform and window backends,
 // the application's open event, and the one main window.
 #include <langinfo.h>
+#include <unistd.h>
 
 #include <QApplication>
 #include <clocale>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <optional>
@@ -15,7 +18,22 @@
 #include "framework/runtime.h"
 #include "payload/archives.h"
 
+namespace {
+
+bool gEnding = false;
+
+// Every run ends with exit code 0, also when the process is ended from
+// inside Qt (it exits with 1 when the X connection breaks under it).
+void EndWithZero() {
+  if (gEnding) return;
+  std::fflush(nullptr);
+  _exit(0);
+}
+
+}  // namespace
+
 int main(int argc, char** argv) {
+  std::atexit(EndWithZero);
   QApplication app(argc, argv);
   // Archive names are UTF-8; under a non-UTF-8 locale (plain "C") libarchive
   // cannot convert them and would drop such entries.
@@ -47,5 +65,6 @@ int main(int argc, char** argv) {
   window.reset();
   fw::InstallHttpTransport(nullptr);
   fw::Install(nullptr, nullptr);
+  gEnding = true;
   return *code;
 }

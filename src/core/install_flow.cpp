@@ -89,12 +89,17 @@ void OstrelStubWindow::OKBtnClicked() {
     fChoiceAnswer = choices;  // for a relocated copy, which does not ask again
     fOptionsAnswer = options;
   }
-  if (goOn) {
-    ExpandFolder();
+  if (goOn) InstallAndQuit(choices, options);
+}
+
+void OstrelStubWindow::InstallAndQuit(const std::string& choices, const std::string& options) {
+  // A failed installation ends the run: nothing may build on it.
+  ExpandFolder();
+  if (!fInstallationFailed) {
     ExpandChoiceAndOptions(choices, options);
     Cleanup();
-    fw::Quit(0);
   }
+  fw::Quit(0);
 }
 
 void OstrelStubWindow::InfoBtnClicked() {

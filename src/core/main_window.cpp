@@ -35,6 +35,22 @@ OstrelStubWindow::OstrelStubWindow()
   InfoBtn.SetCaption("Info");
   InfoBtn.SetVisible(false);
 
+  using fw::MenuRole;
+  MenuBar1.menus = {
+      {"FileMenu", "&File", {{"FileQuit", "&Quit", "Ctrl+Q", MenuRole::Quit, {}}}},
+      {"EditMenu",
+       "&Edit",
+       {{"EditUndo", "&Undo", "Ctrl+Z", MenuRole::Undo, {}},
+        {},
+        {"EditCut", "Cu&t", "Ctrl+X", MenuRole::Cut, {}},
+        {"EditCopy", "&Copy", "Ctrl+C", MenuRole::Copy, {}},
+        {"EditPaste", "&Paste", "Ctrl+V", MenuRole::Paste, {}},
+        {"EditClear", "&Delete", "", MenuRole::Clear, {}},
+        {},
+        {"EditSelectAll", "Select &All", "Ctrl+A", MenuRole::SelectAll, {}}}},
+  };
+  menuBar = &MenuBar1;
+
   QuitBtn.Action = [this] { QuitBtn_Action(); };
   InstallBtn.Action = [this] { InstallBtn_Action(); };
   InfoBtn.Action = [this] { InfoBtn_Action(); };

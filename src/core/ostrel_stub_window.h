@@ -56,6 +56,12 @@ class OstrelStubWindow : public fw::Window {
   std::string fSourceFolder;
   // This process is a copy that a first process relocated, with its marker.
   bool fRelocatedCopy = false;
+  // --- The main installation's outcome (payload/). ZipFileProcess leaves why
+  // the archive could not be expanded, empty when it was. ExpandFolder sets
+  // fInstallationFailed when it could not install; the run then ends there,
+  // without the choices, the actions or the clean-up.
+  std::string fExpansionError;
+  bool fInstallationFailed = false;
 
   // --- Controls.
   fw::Control& QuitBtn;
@@ -67,6 +73,10 @@ class OstrelStubWindow : public fw::Window {
   fw::Control& LogoCanvas;
   fw::Control& CopyrightLabel;
   fw::Control& InfoBtn;
+
+  // The menu bar of the application and the window: File > Quit, and the
+  // edit items. No menu bar shows; the shortcuts work all the same.
+  fw::MenuBar MenuBar1;
 
   // The custom label at `index`, or empty past the end of the list.
   std::string Label(size_t index) const;
@@ -93,6 +103,9 @@ class OstrelStubWindow : public fw::Window {
 
   // --- Install flow (core/install_flow.cpp).
   void OKBtnClicked();
+  // The installation with the user's answers, and the end of the run: the
+  // choices, options and clean-up follow only a main installation that stood.
+  [[noreturn]] void InstallAndQuit(const std::string& choices, const std::string& options);
   void InfoBtnClicked();
   std::string SelectTargetFolder(const std::string& startPath, bool emptyOnCancel);
 

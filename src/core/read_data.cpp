@@ -24,17 +24,11 @@ std::optional<fw::FolderItem> ResourcesFolder() {
   std::string path = ViewConst::MyAbsolutePath(fw::ExecutableFile());
   if (path.empty()) return std::nullopt;
 
-  // The bundle may itself lie in a folder named "Contents": the last hit is
-  // the bundle's own, as GetApplicationPath counts it.
-  const std::string marker = ViewConst::GetPathSeparator() + "Contents";
-  int p = ViewConst::Pos(marker, path);
-  for (int next = p; next > 0; next = ViewConst::PosAfter(marker, path, next + 1, false)) p = next;
-  std::string bundleName = path;
-  if (p > 0) bundleName = ViewConst::ExtractFileName(path.substr(0, p - 1));
-
-  // A bare name resolves in the folder that holds the bundle.
-  const std::string bundlePath =
-      (!bundleName.empty() && bundleName[0] == '/') ? bundleName : ViewConst::GetApplicationPath() + bundleName;
+  // The bundle ends at the first "/Contents" of the path (an executable
+  // named "ContentsSetup" holds a later one); when there is none, the whole
+  // path stands, and the steps below find nothing.
+  const int p = ViewConst::Pos(ViewConst::GetPathSeparator() + "Contents", path);
+  const std::string bundlePath = p > 0 ? path.substr(0, static_cast<size_t>(p - 1)) : path;
   auto bundle = GlobalsKv::MyGetFolderItem(bundlePath);
   if (!bundle || !bundle->Exists()) return std::nullopt;
   fw::FolderItem contents = bundle->Child("Contents");
@@ -52,7 +46,8 @@ bool OstrelStubWindow::ReadData() {
     fw::FolderItem dataFile = resources->Child("Data");
     if (dataFile.Exists() && dataFile.Length() > 0) data = ReadWholeFile(dataFile);
     fw::FolderItem textFile = resources->Child("TextData");
-    if (textFile.Exists() && textFile.Length() > 0) textData = fw::BytesToUtf8(ReadWholeFile(textFile));
+    // Its bytes as they are: each field decides its own encoding (ParseData).
+    if (textFile.Exists() && textFile.Length() > 0) textData = ReadWholeFile(textFile);
   }
   if (data.empty()) return false;
 

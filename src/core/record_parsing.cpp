@@ -40,7 +40,9 @@ std::vector<std::string> SplitLabels(const std::string& list) {
 
 void OstrelStubWindow::ParseData(const std::string& clearData, const std::string& textData) {
   auto data = [&](int n) { return ViewConst::NthField(clearData, kDataSeparator, n); };
-  auto text = [&](int n) { return ViewConst::NthField(textData, kTextSeparator, n); };
+  // Each field of TextData is UTF-8 when its bytes are, else MacRoman: one
+  // field written by an older tool does not change how the others read.
+  auto text = [&](int n) { return fw::BytesToUtf8(ViewConst::NthField(textData, kTextSeparator, n)); };
 
   // Data is MacRoman; the program names are paths, so they become UTF-8 here.
   fTimeStamp = data(1);

@@ -95,10 +95,7 @@ void OstrelStubWindow::DoStartup() {
   if (fRelocatedCopy && RunningRelocatedInstaller()) {
     Hide();
     MyProcessToTop();
-    ExpandFolder();
-    ExpandChoiceAndOptions(fChoiceAnswer, fOptionsAnswer);
-    Cleanup();
-    fw::Quit(0);
+    InstallAndQuit(fChoiceAnswer, fOptionsAnswer);
   }
   if (!DoExecuteBefore()) fw::Quit(0);
 

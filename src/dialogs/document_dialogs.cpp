@@ -23,6 +23,7 @@ LicenseAgreementWindow::LicenseAgreementWindow()
   AgreementEdit.SetReadOnly(true);
   AgreementEdit.SetAnchors(kAllSides);
   QuitBtn.SetCaption("Quit");
+  QuitBtn.SetCancel(true);  // Escape declines, as in the HTML dialog
   QuitBtn.SetAnchors(kBottomRight);
   OKBtn.SetCaption("I Agree");
   OKBtn.SetDefault(true);

@@ -67,6 +67,7 @@ YesNoDialog::YesNoDialog()
   OKBtn.SetCaption("OK");
   OKBtn.SetDefault(true);
   CancelBtn.SetCaption("Cancel");
+  CancelBtn.SetCancel(true);  // Escape declines, as closing the window does
   ConfirmLabel1.SetText("Destination folder already exists.");
   ConfirmLabel2.SetText("Delete folder to continue?");
   ConfirmLabel3.SetText("Target Folder Path");

@@ -26,6 +26,7 @@
 #include "fileutil/tree_listing.h"
 #include "fileutil/view_const.h"
 #include "framework/file_copy.h"
+#include "framework/own_files.h"
 
 namespace ViewConst {
 namespace {
@@ -53,16 +54,14 @@ struct FileJob {
 // destination's name only when complete; the source's mode comes along.
 // False when the file should have been copied and was not.
 bool CopyOne(const FileJob& job, mode_t mask, std::vector<char>& buffer) {
-  static std::atomic<unsigned> counter{0};
   const int in = openat(job.folders->from, job.name.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
   if (in < 0) return errno == ENOENT;  // gone since the listing: nothing to copy
   struct stat st;
   if (fstat(in, &st) != 0 || !S_ISREG(st.st_mode)) return close(in), true;
   const mode_t mode = st.st_mode & 07777;
-  static const std::string pid = std::to_string(getpid());
-  const std::string temp = job.name + ".part-" + pid + "-" + std::to_string(counter++);
   const int to = job.folders->to;
-  const int out = openat(to, temp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode);
+  std::string temp;
+  const int out = fw::CreateOwnFileAt(to, fw::kPartSuffix, mode, temp);
   if (out < 0) return close(in), false;
   bool ok = fw::CopyContent(in, out, st.st_size, buffer) == 0;
   close(in);

@@ -4,9 +4,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <cerrno>
 #include <vector>
+
+#include "framework/own_files.h"
 
 namespace fw {
 
@@ -50,14 +51,17 @@ int CopyContent(int in, int out, off_t size, std::vector<char>& buffer) {
 }
 
 int CreateSiblingTemp(const std::string& finalPath, std::string& tempPath, mode_t mode) {
-  static std::atomic<unsigned> counter{0};
-  for (int attempt = 0; attempt < 100; ++attempt) {
-    tempPath = finalPath + ".part-" + std::to_string(getpid()) + "-" + std::to_string(counter++);
-    const int fd = open(tempPath.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode);
-    if (fd >= 0 || errno != EEXIST) return fd;
-  }
-  errno = EEXIST;
-  return -1;
+  const auto slash = finalPath.rfind('/');
+  const std::string folder = slash == std::string::npos ? "." : slash == 0 ? "/" : finalPath.substr(0, slash);
+  const int dir = open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+  if (dir < 0) return -1;
+  std::string name;
+  const int fd = CreateOwnFileAt(dir, kPartSuffix, mode, name);
+  const int error = errno;
+  close(dir);
+  tempPath = (folder == "/" ? "" : folder) + "/" + name;
+  errno = error;
+  return fd;
 }
 
 int CopyRegularFile(const std::string& source, const std::string& destination) {

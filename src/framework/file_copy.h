@@ -13,8 +13,12 @@ namespace fw {
 
 int CopyRegularFile(const std::string& source, const std::string& destination);
 
-// Creates a new file with a unique name beside `finalPath` for writing.
-// Answers the descriptor (or -1, with errno set) and the name chosen.
+// The suffix of the part files that grow beside a file until they replace it.
+inline constexpr char kPartSuffix[] = ".part";
+
+// Creates a new file with a unique hidden name of the stub's own beside
+// `finalPath` for writing (see own_files.h). Answers the descriptor (or -1,
+// with errno set) and the path chosen.
 int CreateSiblingTemp(const std::string& finalPath, std::string& tempPath, mode_t mode = 0644);
 
 // Writes all of `data`, going on after interruptions; 0 or the errno of the

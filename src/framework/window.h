@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "framework/menu.h"
 #include "framework/picture.h"
 
 namespace fw {
@@ -176,6 +177,8 @@ class Window {
 
   FrameFlags frame;
   uint32_t backgroundColor = 0xFFFFFF;
+  // The window's menu bar, owned by the window's class; none when null.
+  const MenuBar* menuBar = nullptr;
   const std::shared_ptr<const Picture>& Backdrop() const { return backdrop_; }
   void SetBackdrop(std::shared_ptr<const Picture> p);
 

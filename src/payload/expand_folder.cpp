@@ -1,12 +1,20 @@
 // The spine of an installation: settle the target, build and unscramble the
 // working archive beside it, expand it, and run what follows the expansion.
+// Everything is staged (payload/staged_install.h): the target's place holds
+// the old installation until the new one is whole, and a failure puts back
+// what was there and ends the run.
+#include <cstring>
+
 #include "core/ostrel_stub_window.h"
 #include "dialogs/globals_kv.h"
 #include "dialogs/message_modal.h"
 #include "fileutil/view_const.h"
 #include "framework/runtime.h"
 #include "payload/archives.h"
+#include "payload/expansion_wait.h"
 #include "payload/manifest.h"
+#include "payload/staged_install.h"
+#include "payload/zip/zip_opener.h"
 
 using namespace ViewConst;
 
@@ -37,10 +45,23 @@ PayloadPaths FindPayload(const std::string& executeAfterName) {
   return found;
 }
 
+std::string Paragraphs(const std::string& heading, const std::string& sentence) {
+  return heading + gLineBreak + gLineBreak + sentence;
+}
+
 }  // namespace
 
 void OstrelStubWindow::ExpandFolder() {
   InfoBtn.SetVisible(false);
+  fInstallationFailed = false;
+  const std::string failedHeading = CustomLabel("Installation Failed", Label(13));
+  // A careless record must not name the chosen folder itself, or one beside it.
+  const std::string name = fTargetFolder;
+  if (!ostrel::IsPlainFolderName(name)) {
+    fw::MsgBox(Paragraphs(failedHeading, "The setup names no valid target folder."));
+    fInstallationFailed = true;
+    return;
+  }
   PayloadPaths payload = FindPayload(fExecuteAfterName);
 
   // A relocated copy of the installer takes over from here, and this
@@ -49,20 +70,20 @@ void OstrelStubWindow::ExpandFolder() {
   PreInstallCopy();
 
   // The target: directly in Applications, or where the user says.
-  std::string archive;
+  std::string folder;
   if (fApplicationFolder) {
-    const std::string applications = MyAbsolutePath(GetApplicationFolder());
-    archive = applications + fTargetFolder + ".zip";
-    fTargetFolder = applications + fTargetFolder;
+    folder = MyAbsolutePath(GetApplicationFolder());
+    if (folder.size() > 1) DropTrailingPathSeparator(folder);
   } else {
-    const std::string chosen = SelectTargetFolder(GetApplicationPath(), true);
-    if (chosen.empty()) {
+    folder = SelectTargetFolder(GetApplicationPath(), true);
+    if (folder.empty()) {
       fTargetFolder.clear();
       return;
     }
-    archive = chosen + "/" + fTargetFolder + ".zip";
-    fTargetFolder = chosen + "/" + fTargetFolder;
   }
+  fTargetFolder = (folder == "/" ? "" : folder) + "/" + name;
+  // What a killed run left here is put right before anything is looked at.
+  ostrel::RecoverLeftovers(folder);
 
   // A patch needs the installation it updates, and arrives beside it.
   if (fInstallationPatch && !DirectoryExists(fTargetFolder)) {
@@ -77,7 +98,9 @@ void OstrelStubWindow::ExpandFolder() {
     }
   }
 
-  // An existing target goes first, once the user agreed if asked to.
+  // An existing target goes aside, once the user agreed if asked to; it is
+  // deleted only when its successor is whole.
+  ostrel::InstallStage stage;
   if (DirectoryExists(fTargetFolder)) {
     if (fPromptToReplace) {
       ::YesNoDialog dialog;
@@ -90,41 +113,84 @@ void OstrelStubWindow::ExpandFolder() {
       dialog.ShowModal();
       if (dialog.fBtnName != "OKBtn") return;
     }
-    DeleteFolderOrApp(fTargetFolder);
-    ShowInstallinProgress();
-    fw::DoEvents(1);
-    Sleep(1);
-    if (DirectoryExists(fTargetFolder)) Sleep(3);
-    if (DirectoryExists(fTargetFolder)) {
-      fw::MsgBox("Install Aborted" + gLineBreak + gLineBreak +
-                 "Unable to delete existing installed folder.  Reboot the computer and try again or "
-                 "manually delete the previously installed application folder.");
-      return;
+    if (stage.Open(folder, name) != 0 || stage.PutAside(fTargetFolder) != 0) {
+      // It cannot be moved: it is deleted as it always was, or not at all.
+      stage.Close();
+      DeleteFolderOrApp(fTargetFolder);
+      ShowInstallinProgress();
+      fw::DoEvents(1);
+      const int64_t start = fw::Ticks();
+      while (DirectoryExists(fTargetFolder) && fw::Ticks() - start < ostrel::kOldTargetGiveUpTicks) fw::DoEvents(10);
+      if (DirectoryExists(fTargetFolder)) {
+        fw::MsgBox("Install Aborted" + gLineBreak + gLineBreak +
+                   "Unable to delete existing installed folder.  Reboot the computer and try again or "
+                   "manually delete the previously installed application folder.");
+        fInstallationFailed = true;
+        return;
+      }
+    } else {
+      ShowInstallinProgress();
+      fw::DoEvents(1);
     }
   }
 
-  // The working archive beside the target: joined or copied, then
-  // unscrambled. A failed copy is reported and the run goes on.
-  ShowInstallinProgress();
-  if (FileExists(archive)) DeleteFile(archive);
-  bool copied = true;
-  if (FileExists(payload.firstPiece))
-    CombineSplitSetup(payload.firstPiece, archive);
-  else
-    copied = ostrel::PayloadFileIsIntact(payload.data2) && CopyFile(payload.data2, archive);
-  if (!copied) fw::MsgBox(CustomLabel("Installation Failed", Label(13)));
-  EncryptDecryptFileEnd(archive, false);
+  // Whatever fails from here leaves the user with what they had.
+  auto fail = [&](const std::string& why) {
+    const bool hadOld = stage.HasOld();
+    std::string text = Paragraphs(failedHeading, why);
+    if (stage.IsOpen() && !stage.RollBack())
+      text += gLineBreak + gLineBreak + "The previous installation is kept in " + stage.Path() + ".";
+    else if (hadOld)
+      text += gLineBreak + gLineBreak + "The previous installation was kept.";
+    fw::MsgBox(text);
+    fInstallationFailed = true;
+  };
 
-  // The opener expands the archive beside itself; the wait follows it. A
-  // missing archive opens nothing, as with the system's opener.
+  // The working archive beside the target: joined from the pieces and then
+  // unscrambled, or unscrambled as Data2 is copied. The joining writes the
+  // pieces as they are to `archive`, a path in the stage that does not exist
+  // yet; a joining that unscrambles on its way would take the rewrite below
+  // with it.
+  ShowInstallinProgress();
+  if (const int error = stage.Open(folder, name))
+    return fail("The folder " + folder + " cannot be written (" + std::strerror(error) + ").");
+  const std::string archive = stage.Archive();
+  ostrel::CopyResult copied;
+  if (FileExists(payload.firstPiece)) {
+    CombineSplitSetup(payload.firstPiece, archive);
+    const int error = ostrel::RewriteThroughByteStep(archive, false);
+    copied = {error < 0 ? ENOENT : error, error < 0};
+  } else {
+    // Checked against the bundle's manifest on the same pass.
+    const ostrel::PayloadManifest manifest = ostrel::PayloadManifest::OfRunningBundle();
+    ostrel::PayloadCheck check(manifest.Find("Data2"));
+    copied = ostrel::CopyThroughByteStep(payload.data2, archive, false,
+                                         [&check](const void* data, size_t size) { check.Add(data, size); });
+    if (!copied.error && !check.Matches()) return fail(ostrel::DamagedFileMessage("Data2"));
+  }
+  if (copied.error)
+    return fail((copied.inSource ? "The setup's payload cannot be read" : "The payload cannot be copied to " + folder) +
+                " (" + std::strerror(copied.error) + ").");
+
+  // The opener expands the archive beside itself; the wait follows it. The
+  // archive must hold the target's folder and nothing else.
+  const std::string top = fw::FolderItem(fTargetFolder).Name();
+  ostrel::SetRulesForLaunch(archive, {top});
+  fExpansionError.clear();
   if (const auto item = GlobalsKv::MyGetFolderItem(archive)) {
-    if (item->Exists()) fw::Launch(item->NativePath(), true);
+    fw::Launch(item->NativePath(), true);
     ZipFileProcess(archive, *item);
   }
+  const std::string shownName = name + ".zip";
+  if (!fExpansionError.empty())
+    return fail("The archive " + shownName + " could not be expanded: " + fExpansionError + ".");
+  if (const int error = stage.Commit(top, fTargetFolder))
+    return fail("The archive " + shownName + " could not be put in place (" + std::strerror(error) + ").");
 
   if (fInstallationPatch) ApplyInstallationPatch();
   PostInstallCopy();
   ZipFileDelete(archive, payload.afterProgram);
+  stage.Close();
 
   // A program named by a path macro replaces the one in Resources. One in
   // Resources was already started above; this launch comes with the wait

@@ -2,7 +2,8 @@
 // small buffer into a new file beside it, which takes the original's name
 // only once it is complete: memory stays bounded whatever the payload's size,
 // and a failure half-way, a full volume or a kill included, leaves the
-// original as it was.
+// original as it was. A copy that is unscrambled on the way (the working
+// archive from Data2) is the same single pass into a new file.
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -20,19 +21,22 @@
 namespace ostrel {
 namespace {
 
-constexpr size_t kChunk = size_t(1) << 20;
+// A piece that stays in the cache between its read, its step and its write.
+constexpr size_t kChunk = size_t(256) << 10;
 
 // Streams `in` through the byte step into `out`; 0 or the errno of a read
 // or write error.
-int TransformStream(int in, int out, bool encrypt) {
+int TransformStream(int in, int out, bool encrypt, const BytesSeen& seen) {
   std::vector<unsigned char> buffer(kChunk);
   uint64_t offset = 0;
+  fw::DoEvents(0);  // the window shows that the long work has begun
   auto lastYield = std::chrono::steady_clock::now();
   for (;;) {
     const ssize_t n = read(in, buffer.data(), buffer.size());
     if (n < 0 && errno == EINTR) continue;
     if (n < 0) return errno;
     if (n == 0) return 0;
+    if (seen) seen(buffer.data(), static_cast<size_t>(n));
     // The step is counted from the file's first byte, across chunk borders.
     ApplyByteStep(buffer.data(), static_cast<size_t>(n), offset & 1, encrypt);
     if (const int error = fw::WriteAll(out, buffer.data(), static_cast<size_t>(n))) return error;
@@ -46,18 +50,49 @@ int TransformStream(int in, int out, bool encrypt) {
   }
 }
 
-}  // namespace
-
-int RewriteThroughByteStep(const std::string& path, bool encrypt) {
-  if (path.empty() || path[0] != '/') return -1;  // a relative path names no item
+// Opens `path` for reading when it names a plain file: the descriptor and
+// its mode, or -1 (and errno) otherwise.
+int OpenPlainFile(const std::string& path, mode_t& mode) {
+  if (path.empty() || path[0] != '/') return errno = ENOENT, -1;  // a relative path names no item
   const int in = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (in < 0) return -1;  // a missing file: nothing to do
+  if (in < 0) return -1;
   struct stat st;
   if (fstat(in, &st) != 0 || !S_ISREG(st.st_mode)) {
     close(in);
-    return -1;
+    return errno = EISDIR, -1;
   }
-  const mode_t mode = st.st_mode & 07777;
+  mode = st.st_mode & 07777;
+  return in;
+}
+
+// Streams `in` into the new file `out` at `outPath` with the mode given;
+// 0 or the errno of the first failure. Both descriptors are closed, and the
+// new file is removed again when it fails, or when the window's turn ends
+// the run (a Quit pressed meanwhile).
+int StreamInto(int in, int out, const std::string& outPath, mode_t mode, bool encrypt, const BytesSeen& seen = {}) {
+  int error = 0;
+  try {
+    error = TransformStream(in, out, encrypt, seen);
+  } catch (...) {
+    close(in);
+    close(out);
+    unlink(outPath.c_str());
+    throw;
+  }
+  close(in);
+  // The creation mode went through the umask; give back the original's own.
+  if (fchmod(out, mode) != 0 && !error) error = errno;
+  if (close(out) != 0 && !error) error = errno;
+  if (error) unlink(outPath.c_str());
+  return error;
+}
+
+}  // namespace
+
+int RewriteThroughByteStep(const std::string& path, bool encrypt) {
+  mode_t mode = 0;
+  const int in = OpenPlainFile(path, mode);
+  if (in < 0) return -1;  // a missing file: nothing to do
   std::string temp;
   const int out = fw::CreateSiblingTemp(path, temp, mode);
   if (out < 0) {
@@ -65,14 +100,26 @@ int RewriteThroughByteStep(const std::string& path, bool encrypt) {
     close(in);
     return error;
   }
-  int error = TransformStream(in, out, encrypt);
-  close(in);
-  // The creation mode went through the umask; give back the original's own.
-  if (fchmod(out, mode) != 0 && !error) error = errno;
-  if (close(out) != 0 && !error) error = errno;
-  if (!error && rename(temp.c_str(), path.c_str()) != 0) error = errno;
-  if (error) unlink(temp.c_str());
+  int error = StreamInto(in, out, temp, mode, encrypt);
+  if (!error && rename(temp.c_str(), path.c_str()) != 0) {
+    error = errno;
+    unlink(temp.c_str());
+  }
   return error;
+}
+
+CopyResult CopyThroughByteStep(const std::string& source, const std::string& destination, bool encrypt,
+                               const BytesSeen& seen) {
+  mode_t mode = 0;
+  const int in = OpenPlainFile(source, mode);
+  if (in < 0) return {errno, true};
+  const int out = open(destination.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode);
+  if (out < 0) {
+    const int error = errno;
+    close(in);
+    return {error, false};
+  }
+  return {StreamInto(in, out, destination, mode, encrypt, seen), false};
 }
 
 }  // namespace ostrel

@@ -8,7 +8,7 @@
 #include "fileutil/view_const.h"
 #include "framework/runtime.h"
 #include "payload/archives.h"
-#include "payload/zip_expand.h"
+#include "payload/zip/zip_expand.h"
 
 namespace ViewConst {
 

@@ -5,7 +5,7 @@
 #include "fileutil/view_const.h"
 #include "framework/runtime.h"
 #include "payload/expansion_wait.h"
-#include "payload/zip_opener.h"
+#include "payload/zip/zip_opener.h"
 
 namespace ostrel {
 
@@ -47,10 +47,11 @@ void OstrelStubWindow::ZipFileProcess(const std::string&, const fw::FolderItem& 
   ProgressBar1.SetMaximum(ticks);
   ProgressBar1.SetVisible(true);
 
+  fExpansionError.clear();
   if (auto job = ostrel::ClaimZipExpansion(item.NativePath())) {
     FollowExpansion(*job, ProgressBar1, ticks);
-    if (!job->Succeeded())
-      fw::MsgBox("The archive " + item.Name() + " could not be expanded: " + job->Error() + ".");
+    // ExpandFolder tells the user, and what became of the earlier installation.
+    if (!job->Succeeded()) fExpansionError = job->Error();
     return;
   }
 
@@ -68,12 +69,14 @@ void OstrelStubWindow::ZipFileProcess(const std::string&, const fw::FolderItem& 
 
 void OstrelStubWindow::ZipFileDelete(const std::string& path, const std::optional<fw::FolderItem>& item) {
   if (item && item->Exists()) fw::Launch(item->NativePath(), true);
-  // A file that cannot go (a folder in its place, a locked volume) is left
-  // behind rather than holding the installation up for ever.
+  // One try a second while the archive is still there after a try. A file
+  // that cannot go (a folder in its place, a locked volume) is left behind
+  // rather than holding the installation up for ever.
   const int64_t start = fw::Ticks();
-  while (ViewConst::FileExists(path) && fw::Ticks() - start < ostrel::kArchiveDeleteGiveUpTicks) {
+  while (ViewConst::FileExists(path)) {
     ViewConst::AllUsersFullAccess(path);
     ViewConst::DeleteFile(path);
+    if (!ViewConst::FileExists(path) || fw::Ticks() - start >= ostrel::kArchiveDeleteGiveUpTicks) break;
     ViewConst::Sleep(1);
   }
 }

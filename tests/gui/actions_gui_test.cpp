@@ -14,7 +14,6 @@ namespace {
 using namespace std::chrono;
 using namespace std::chrono_literals;
 
-constexpr int kQuitX = 244, kInstallX = 336, kMainButtonsY = 208;
 
 class ActionsGuiTest : public StubDriverTest {
  protected:

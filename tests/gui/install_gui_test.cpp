@@ -42,6 +42,7 @@ class InstallGuiTest : public StubDriverTest {
     EXPECT_EQ(x->WindowSize(agreement), std::make_pair(762, 511));
     x->Click(agreement, agreementX, 487);
   }
+
 };
 
 TEST_F(InstallGuiTest, TheWindowShowsTheRecordAndQuitsByItsQuitButton) {

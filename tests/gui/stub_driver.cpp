@@ -36,6 +36,9 @@ void StubDriverTest::BuildAndStart(const bundler::SetupDescription& d) {
   fs::create_directories(At("runtime"));
   chmod(At("runtime").c_str(), 0700);
   auto env = x->Env();
+  // The stub draws on the X display even where the tests run with another
+  // platform in their environment.
+  env["QT_QPA_PLATFORM"] = "xcb";
   env["HOME"] = At("home");
   env["TMPDIR"] = At("tmp");
   env["XDG_RUNTIME_DIR"] = At("runtime");
@@ -79,6 +82,28 @@ bundler::SetupDescription StubDriverTest::TestSetup() {
   d.targetFolder = "GuiApp";
   d.payloadFolder = At("payload-source");
   return d;
+}
+
+void StubDriverTest::SetTextField(int field, const std::string& value) {
+  const std::string path = bundlePath + "/Contents/Resources/TextData", separator = "|#|";
+  std::vector<std::string> fields;
+  const std::string text = ReadFile(path);
+  for (size_t start = 0;;) {
+    const size_t at = text.find(separator, start);
+    fields.push_back(text.substr(start, at == std::string::npos ? std::string::npos : at - start));
+    if (at == std::string::npos) break;
+    start = at + separator.size();
+  }
+  if (fields.size() < static_cast<size_t>(field)) fields.resize(static_cast<size_t>(field));
+  fields[static_cast<size_t>(field) - 1] = value;
+  std::string joined;
+  for (size_t i = 0; i < fields.size(); ++i) joined += (i ? separator : "") + fields[i];
+  WriteFile(path, joined);
+}
+
+void StubDriverTest::AnswerMessage(const std::string& shotName) {
+  const std::string box = Expect("^Install$", shotName);
+  if (!box.empty()) x->Key(box, "Return");
 }
 
 namespace {

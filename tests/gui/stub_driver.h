@@ -27,6 +27,12 @@ class StubDriverTest : public SandboxTest {
   void ChooseFolder(const std::string& path);
   // Waits for the stub to end; its exit code.
   std::optional<int> Finish();
+  // Replaces field `field` of the built bundle's TextData, as a careless tool
+  // would write it.
+  void SetTextField(int field, const std::string& value);
+  std::string Data2Path() const { return bundlePath + "/Contents/Resources/Data2"; }
+  // Waits for a plain message box and answers it by Return.
+  void AnswerMessage(const std::string& shotName);
 
   std::map<std::string, std::string> extraEnv;  // for the stub, over the session's
   // The test setup: its bundle, main window and target "GuiApp", with the

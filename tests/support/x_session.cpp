@@ -73,24 +73,31 @@ int RunProgram(const std::vector<std::string>& argv, std::string* output,
 }
 
 XSession::XSession() {
-  for (int n = 90 + getpid() % 50; n < 400; ++n) {
-    const std::string lock = "/tmp/.X" + std::to_string(n) + "-lock";
-    struct stat st;
-    if (stat(lock.c_str(), &st) == 0) continue;
-    display_ = ":" + std::to_string(n);
-    xvfb_ = Spawn({"Xvfb", display_, "-screen", "0", "1280x1024x24", "-nolisten", "tcp"}, {}, -1, true);
-    if (xvfb_ < 0) throw std::runtime_error("Xvfb cannot be started");
-    for (int i = 0; i < 100; ++i) {
-      if (RunProgram({"xdpyinfo", "-display", display_}, nullptr) == 0) return;
-      int status;
-      if (waitpid(xvfb_, &status, WNOHANG) == xvfb_) break;  // lost the race for this display
-      std::this_thread::sleep_for(milliseconds(100));
+  // Xvfb picks a free display itself and writes its number to the pipe: no
+  // race with another session started at the same moment on a shared machine.
+  int fds[2];
+  if (pipe(fds) != 0) throw std::runtime_error("no pipe for Xvfb");
+  xvfb_ = Spawn({"Xvfb", "-displayfd", "1", "-screen", "0", "1280x1024x24", "-nolisten", "tcp"}, {}, fds[1], true);
+  close(fds[1]);
+  std::string number;
+  char c;
+  while (xvfb_ > 0 && read(fds[0], &c, 1) == 1 && c != '\n') number += c;
+  close(fds[0]);
+  if (xvfb_ < 0 || number.empty()) {
+    if (xvfb_ > 0) {
+      kill(xvfb_, SIGTERM);
+      waitpid(xvfb_, nullptr, 0);
     }
-    kill(xvfb_, SIGTERM);
-    waitpid(xvfb_, nullptr, 0);
-    xvfb_ = -1;
+    throw std::runtime_error("Xvfb cannot be started");
   }
-  throw std::runtime_error("no free X display for Xvfb");
+  display_ = ":" + number;
+  for (int i = 0; i < 100; ++i) {
+    if (RunProgram({"xdpyinfo", "-display", display_}, nullptr) == 0) return;
+    std::this_thread::sleep_for(milliseconds(100));
+  }
+  kill(xvfb_, SIGTERM);
+  waitpid(xvfb_, nullptr, 0);
+  throw std::runtime_error("Xvfb on " + display_ + " does not answer");
 }
 
 XSession::~XSession() {

@@ -1,5 +1,6 @@
 #include "framework/posix/posix_platform.h"
 
+#include <dirent.h>
 #include <pwd.h>
 #include <sys/stat.h>
 #include <sys/utsname.h>
@@ -9,6 +10,7 @@
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <sstream>
 #include <thread>
@@ -120,12 +122,31 @@ std::vector<std::string> PosixPlatform::ReadKeptFolders() {
   return kept;
 }
 
+int64_t InstalledMemoryMB(const std::string& blocksFolder, const std::string& meminfo) {
+  // Every block the firmware reported, online or not, is memory in the machine.
+  std::ifstream sizeFile(blocksFolder + "/block_size_bytes");
+  std::string hex;
+  uint64_t blockSize = 0, blocks = 0;
+  if (sizeFile >> hex) blockSize = std::strtoull(hex.c_str(), nullptr, 16);
+  if (DIR* d = blockSize ? opendir(blocksFolder.c_str()) : nullptr) {
+    while (dirent* e = readdir(d)) {
+      const char* name = e->d_name;
+      if (std::strncmp(name, "memory", 6) == 0 && name[6] >= '0' && name[6] <= '9') ++blocks;
+    }
+    closedir(d);
+  }
+  constexpr uint64_t kGiB = uint64_t(1) << 30;
+  if (blocks > 0) return static_cast<int64_t>((blocks * blockSize + kGiB - 1) / kGiB * 1024);
+  std::ifstream info(meminfo);
+  for (std::string line; std::getline(info, line);)
+    if (line.rfind("MemTotal:", 0) == 0) return std::strtoll(line.c_str() + 9, nullptr, 10) / 1024;
+  return 0;
+}
+
 bool PosixPlatform::Gestalt(const std::string& selector, int64_t& value) {
   if (selector == "ramm") {
-    const long pages = sysconf(_SC_PHYS_PAGES), size = sysconf(_SC_PAGE_SIZE);
-    if (pages <= 0 || size <= 0) return false;
-    value = static_cast<int64_t>(pages) * size / (1024 * 1024);
-    return true;
+    value = InstalledMemoryMB("/sys/devices/system/memory", "/proc/meminfo");
+    return value > 0;
   }
   if (selector == "sys1" || selector == "sys2") {
     // The kernel's release N.M stands as system (10 + N).M: every kernel in

@@ -54,6 +54,12 @@ std::string PrivateTemporaryFolder(const std::string& base);
 // "DOCUMENTS", ...), else `home`/`fallbackName`.
 std::string XdgUserFolder(const std::string& home, const std::string& key, const std::string& fallbackName);
 
+// The memory installed, in megabytes: the kernel's memory blocks below
+// `blocksFolder` (/sys/devices/system/memory), rounded up to whole GiB as a
+// machine is sold; else the usable memory that `meminfo` (/proc/meminfo)
+// reports. 0 when neither can be read.
+int64_t InstalledMemoryMB(const std::string& blocksFolder, const std::string& meminfo);
+
 // Starts a program with an argument list, no shell, in a session of its
 // own, with our environment; answers the pid or -1.
 int SpawnDetached(const std::vector<std::string>& argv);

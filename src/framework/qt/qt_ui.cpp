@@ -102,8 +102,8 @@ void QtUI::SetWaitCursor(bool waiting) {
 void QtUI::MsgBox(const std::string& text) {
   // A window model of our own, so that it looks and is driven like every other.
   const QFontMetrics metrics(QApplication::font());
-  const QRect bounds =
-      metrics.boundingRect(QRect(0, 0, 440, 10000), Qt::TextWordWrap, ToQString(text.empty() ? " " : text));
+  const QRect bounds = metrics.boundingRect(QRect(0, 0, 440, 10000), Qt::TextWordWrap,
+                                            ToQString(text.empty() ? " " : text, kShortTextChars));
   const int textWidth = std::clamp(bounds.width() + 8, 240, 440);
   const int textHeight = std::max(bounds.height() + 4, 20);
   const int width = textWidth + 40, height = 14 + textHeight + 16 + 20 + 16;
@@ -121,12 +121,12 @@ void QtUI::MsgBox(const std::string& text) {
 }
 
 std::optional<std::string> QtUI::SelectFolder(const FolderDialog& d) {
-  QFileDialog dialog(nullptr, ToQString(d.title), ToQString(d.initialDirectory));
+  QFileDialog dialog(nullptr, ToQString(d.title, kTitleChars), ToQString(d.initialDirectory));
   dialog.setFileMode(QFileDialog::Directory);
   dialog.setOptions(QFileDialog::DontUseNativeDialog | QFileDialog::ShowDirsOnly);
   dialog.setAcceptMode(QFileDialog::AcceptOpen);
-  dialog.setLabelText(QFileDialog::Accept, ToQString(d.actionCaption));
-  dialog.setLabelText(QFileDialog::Reject, ToQString(d.cancelCaption));
+  dialog.setLabelText(QFileDialog::Accept, ToQString(d.actionCaption, kShortTextChars));
+  dialog.setLabelText(QFileDialog::Reject, ToQString(d.cancelCaption, kShortTextChars));
   dialog.setWindowModality(Qt::ApplicationModal);
   if (!d.initialDirectory.empty()) dialog.setDirectory(ToQString(d.initialDirectory));
 

@@ -9,11 +9,11 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <QRadioButton>
-#include <QShortcut>
 #include <algorithm>
 #include <climits>
 
 #include "framework/qt/event_guard.h"
+#include "framework/qt/window_keys.h"
 #include "framework/runtime.h"
 
 namespace fw::qt {
@@ -23,6 +23,15 @@ QString ToQString(const std::string& utf8) {
 }
 
 std::string FromQString(const QString& s) { return s.toUtf8().toStdString(); }
+
+QString ToQString(const std::string& utf8, size_t maxChars) {
+  // A character takes four bytes at most: this many hold the first maxChars whole.
+  const size_t take = std::min(utf8.size(), maxChars * 4);
+  QString q = QString::fromUtf8(utf8.data(), static_cast<qsizetype>(take));
+  if (static_cast<size_t>(q.size()) <= maxChars && take == utf8.size()) return q;
+  q.truncate(static_cast<qsizetype>(maxChars - 3));
+  return q + "...";
+}
 
 namespace {
 
@@ -39,19 +48,9 @@ bool OpensOutside(const QUrl& url) {
 WindowWidget::WindowWidget(Window& model) : QWidget(nullptr), model_(&model) {
   for (auto& c : model.Controls()) items_.push_back({c.get(), MakeWidget(*c), std::string(), false});
 
-  // Return presses the default button and Escape the cancel button, wherever the focus is.
-  auto pressDefault = [this] {
-    Dispatch([m = model_] {
-      if (m) m->PressDefault();
-    });
-  };
-  for (auto key : {Qt::Key_Return, Qt::Key_Enter})
-    connect(new QShortcut(QKeySequence(key), this), &QShortcut::activated, this, pressDefault);
-  connect(new QShortcut(QKeySequence(Qt::Key_Escape), this), &QShortcut::activated, this, [this] {
-    Dispatch([m = model_] {
-      if (m) m->PressCancel();
-    });
-  });
+  // Return presses the default button and Escape the cancel button, wherever
+  // the focus is; the menu bar's shortcuts work too.
+  new WindowKeys(this, [this] { return model_; });
   Sync();
 }
 
@@ -168,7 +167,7 @@ void WindowWidget::SyncFrame() {
     setWindowFlags(flags);  // hides the window
     if (wasVisible) show();
   }
-  const QString title = ToQString(m.Title());
+  const QString title = ToQString(m.Title(), kTitleChars);
   if (windowTitle() != title) setWindowTitle(title);
 
   const int w = std::max(m.Width(), 1), h = std::max(m.Height(), 1);
@@ -271,9 +270,11 @@ void WindowWidget::SyncText(Item& item) {
   if (item.textShown && item.shownText == text) return;
   item.shownText = text;
   item.textShown = true;
-  const QString q = ToQString(text);
+  const ControlKind kind = item.control->kind();
+  const bool document = kind == ControlKind::TextArea || kind == ControlKind::HTMLViewer;
+  const QString q = ToQString(text, document ? kDocumentChars : kShortTextChars);
   QWidget* w = item.widget;
-  switch (item.control->kind()) {
+  switch (kind) {
     case ControlKind::PushButton:
     case ControlKind::RadioButton:
     case ControlKind::CheckBox: {

@@ -56,4 +56,10 @@ class WindowWidget : public QWidget {
 QString ToQString(const std::string& utf8);
 std::string FromQString(const QString& s);
 
+// Texts go to the window system bounded: a title of megabytes breaks the X
+// connection, a label of megabytes freezes the layout. A longer text is cut
+// at a character and ends in "...".
+constexpr size_t kTitleChars = 512, kShortTextChars = 8192, kDocumentChars = size_t(4) << 20;
+QString ToQString(const std::string& utf8, size_t maxChars);
+
 }  // namespace fw::qt

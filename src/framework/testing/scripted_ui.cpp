@@ -14,6 +14,11 @@ const Seen::ControlState* Seen::Find(const std::string& name) const {
   return nullptr;
 }
 
+const Seen::ControlState& Seen::Get(const std::string& name) const {
+  if (const ControlState* c = Find(name)) return *c;
+  throw std::logic_error("the window \"" + title + "\" has no control " + name);
+}
+
 Seen Snapshot(const Window& w) {
   Seen s{w.Title(), w.Width(), w.Height(), {}};
   for (auto& c : w.Controls())

@@ -32,6 +32,9 @@ struct Seen {
   };
   std::vector<ControlState> controls;
   const ControlState* Find(const std::string& name) const;
+  // The control of that name. A window without one throws, which fails the
+  // test that asked rather than crashing every test after it.
+  const ControlState& Get(const std::string& name) const;
 };
 Seen Snapshot(const Window& w);
 

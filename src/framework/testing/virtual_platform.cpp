@@ -19,6 +19,7 @@ void VirtualPlatform::DoEvents(int milliseconds) {
     events_.erase(events_.begin());
     event();
   }
+  if (onDoEvents) onDoEvents();
 }
 
 void VirtualPlatform::At(int64_t tick, std::function<void()> event) { events_.emplace(tick, std::move(event)); }

@@ -68,6 +68,9 @@ class VirtualPlatform : public Platform {
     std::string path, password;
   };
   std::vector<QuarantineClearing> quarantineClearings;
+  // Runs at every DoEvents, after the clock has moved: a test acts at the
+  // moments the logic yields (looks at the window, stops the run there).
+  std::function<void()> onDoEvents;
 
  private:
   std::mutex clipboardMutex_;

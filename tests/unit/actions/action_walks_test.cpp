@@ -116,7 +116,7 @@ TEST_F(ActionWalkTest, FailedCopiesAreToldAndTheWalkGoesOn) {
                                                    "Install Error\n\nFolder Copy Failed: Docs",
                                                    "Install Error\n\nFile Copy Failed: readme.txt"}));
   ASSERT_EQ(ui.modals.size(), 2u);
-  EXPECT_EQ(ui.modals[1].Find("MessageText")->caption,
+  EXPECT_EQ(ui.modals[1].Get("MessageText").caption,
             "FILE ALREADY EXISTS.\n\nA file already exists at this path: " + At("out/blocker"));
   EXPECT_FALSE(fs::exists(At("out/m")));
   EXPECT_EQ(ReadFile(At("out/ok.txt")), "read me");

@@ -6,7 +6,7 @@
 #include "payload/manifest.h"
 #include "framework/testing/scratch_tree.h"
 #include "unit/core/core_fixture.h"
-#include "unit/payload/zip_fixture.h"
+#include "support/zip_fixture.h"
 
 namespace ostrel::test {
 namespace {
@@ -55,7 +55,9 @@ TEST_F(CleanupTest, EachModeAsksWhatItShouldAndLeavesItsInstruction) {
     window->Cleanup();
 
     ASSERT_EQ(ui.modals.size(), m.question ? 1u : 0u);
-    if (m.question) EXPECT_EQ(ui.modals[0].Find("MessageText")->caption, m.question);
+    if (m.question) {
+      EXPECT_EQ(ui.modals[0].Get("MessageText").caption, m.question);
+    }
     EXPECT_TRUE(ui.messages.empty());
     ASSERT_EQ(platform.launches.size(), m.started ? 1u : 0u);
     if (!m.started) {

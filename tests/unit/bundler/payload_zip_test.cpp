@@ -12,7 +12,8 @@
 #include "bundler/payload_zip.h"
 #include "fileutil/view_const.h"
 #include "payload/archives.h"
-#include "payload/zip_expand.h"
+#include "payload/zip/zip_expand.h"
+#include "support/utf8_locale.h"
 #include "unit/bundler/bundler_fixture.h"
 
 namespace ostrel::test {
@@ -55,16 +56,11 @@ class PayloadZipTest : public BundlerTest {
  protected:
   void SetUp() override {
     BundlerTest::SetUp();
-    saved_ = setlocale(LC_CTYPE, nullptr);
-    ASSERT_NE(setlocale(LC_CTYPE, "C.UTF-8"), nullptr);
-  }
-  void TearDown() override {
-    setlocale(LC_CTYPE, saved_.c_str());
-    BundlerTest::TearDown();
+    ASSERT_TRUE(locale_.Ok());
   }
 
  private:
-  std::string saved_;
+  Utf8Locale locale_;
 };
 
 TEST_F(PayloadZipTest, TheArchiveHoldsTheTreeUnderOneTopLevelFolder) {

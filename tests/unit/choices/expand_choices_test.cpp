@@ -6,7 +6,7 @@
 
 #include "framework/sha256.h"
 #include "unit/http/http_fixture.h"
-#include "unit/payload/zip_fixture.h"
+#include "support/zip_fixture.h"
 
 namespace ostrel::test {
 namespace {
@@ -151,10 +151,10 @@ TEST_F(ExpandChoicesTest, ReleaseNotesComeBeforeTheCompletionUrl) {
   ASSERT_EQ(ui.modals.size(), 2u);
   EXPECT_EQ(urlsDuringNotes, 1u);  // the second run's URL came after its notes
   EXPECT_EQ(ui.modals[0].title, "What's New");
-  EXPECT_EQ(ui.modals[0].Find("OKBtn")->caption, "OK");
-  EXPECT_FALSE(ui.modals[0].Find("QuitBtn")->visible);
-  EXPECT_EQ(ui.modals[1].Find("ContinueBtn")->caption, "OK");
-  EXPECT_FALSE(ui.modals[1].Find("QuitBtn")->visible);
+  EXPECT_EQ(ui.modals[0].Get("OKBtn").caption, "OK");
+  EXPECT_FALSE(ui.modals[0].Get("QuitBtn").visible);
+  EXPECT_EQ(ui.modals[1].Get("ContinueBtn").caption, "OK");
+  EXPECT_FALSE(ui.modals[1].Get("QuitBtn").visible);
   EXPECT_EQ(platform.urls, (std::vector<std::string>{"https://example.com/thanks", "https://example.com/thanks"}));
   EXPECT_EQ(window->MessageLabel.Text(), "");  // nothing to install: no "Please Wait"
 

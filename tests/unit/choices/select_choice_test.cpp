@@ -49,10 +49,10 @@ TEST_F(SelectChoiceTest, TheDialogsFitTheirEntries) {
     EXPECT_EQ(seen.title, choices ? "Pick One Choice" : "Extras");
     EXPECT_EQ(seen.width, 340);
     EXPECT_EQ(seen.height, top[k / 2] + 40);
-    EXPECT_EQ(seen.Find("QuitBtn")->geometry, (fw::Rect{148, top[k / 2], 80, 20}));
-    EXPECT_EQ(seen.Find("ContinueBtn")->geometry, (fw::Rect{240, top[k / 2], 80, 20}));
-    EXPECT_EQ(seen.Find("QuitBtn")->caption, "Quit");  // never a custom label
-    EXPECT_EQ(seen.Find("ContinueBtn")->caption, "Continue");
+    EXPECT_EQ(seen.Get("QuitBtn").geometry, (fw::Rect{148, top[k / 2], 80, 20}));
+    EXPECT_EQ(seen.Get("ContinueBtn").geometry, (fw::Rect{240, top[k / 2], 80, 20}));
+    EXPECT_EQ(seen.Get("QuitBtn").caption, "Quit");  // never a custom label
+    EXPECT_EQ(seen.Get("ContinueBtn").caption, "Continue");
     for (int i = 0; i < 10; ++i) {
       const auto* r = seen.Find(row + std::to_string(i) + ")");
       EXPECT_EQ(r->visible, i < shown[k / 2]);
@@ -74,8 +74,8 @@ TEST_F(SelectChoiceTest, TheAnswersAreCaptionsInRowOrder) {
   EXPECT_TRUE(Select());
   EXPECT_EQ(choice, "Full");
   EXPECT_EQ(options, "Docs,Tools");
-  EXPECT_EQ(ui.modals[0].Find("ChoiceRadio(0)")->helpTag, "");  // an entry without a tag
-  EXPECT_EQ(ui.modals[1].Find("OptionCheckBox(1)")->caption, "Samples");
+  EXPECT_EQ(ui.modals[0].Get("ChoiceRadio(0)").helpTag, "");  // an entry without a tag
+  EXPECT_EQ(ui.modals[1].Get("OptionCheckBox(1)").caption, "Samples");
 }
 
 TEST_F(SelectChoiceTest, QuitInEitherDialogEndsTheRunAndEmptyFieldsAskNothing) {

@@ -34,10 +34,10 @@ TEST_F(InstallFlowTest, ShortPlainNotesShowInALowerDialog) {
   const auto& shortNotes = ui.modals[0];
   EXPECT_EQ(shortNotes.title, "Pre-Installation Notes");
   EXPECT_EQ(shortNotes.height, 210);
-  EXPECT_EQ(shortNotes.Find("AgreementEdit")->geometry.height, 144);
-  EXPECT_EQ(shortNotes.Find("OKBtn")->caption, "OK");
-  EXPECT_EQ(shortNotes.Find("OKBtn")->geometry.top, 170);
-  EXPECT_EQ(shortNotes.Find("QuitBtn")->caption, "Quit");
+  EXPECT_EQ(shortNotes.Get("AgreementEdit").geometry.height, 144);
+  EXPECT_EQ(shortNotes.Get("OKBtn").caption, "OK");
+  EXPECT_EQ(shortNotes.Get("OKBtn").geometry.top, 170);
+  EXPECT_EQ(shortNotes.Get("QuitBtn").caption, "Quit");
   EXPECT_EQ(ui.modals[1].height, 410);
   EXPECT_EQ(ui.modals[2].height, 210);
   EXPECT_FALSE(WentOn());
@@ -58,10 +58,10 @@ TEST_F(InstallFlowTest, HtmlInAnyCaseShowsTheHtmlDialogAgainstTheTemporaryFolder
   ASSERT_EQ(ui.modals.size(), 2u);
   EXPECT_EQ(ui.modals[0].title, "Pre-Installation Notes");
   EXPECT_EQ(ui.modals[0].height, 511);  // never shortened
-  EXPECT_EQ(ui.modals[0].Find("ContinueBtn")->caption, "I Agree");
-  EXPECT_EQ(ui.modals[0].Find("QuitBtn")->caption, "Quit");
+  EXPECT_EQ(ui.modals[0].Get("ContinueBtn").caption, "I Agree");
+  EXPECT_EQ(ui.modals[0].Get("QuitBtn").caption, "Quit");
   EXPECT_EQ(ui.modals[1].title, "License Agreement");
-  EXPECT_EQ(ui.modals[1].Find("ContinueBtn")->caption, "I Agree");
+  EXPECT_EQ(ui.modals[1].Get("ContinueBtn").caption, "I Agree");
   EXPECT_EQ(base, At("tmp"));
   EXPECT_EQ(page, "<html><body>short</body></html>");
   EXPECT_TRUE(WentOn());
@@ -88,7 +88,7 @@ TEST_F(InstallFlowTest, TheAgreementFollowsAcceptedNotesAndCanBeDeclined) {
   ASSERT_EQ(ui.modals.size(), 2u);
   EXPECT_EQ(ui.modals[1].title, "License Agreement");
   EXPECT_EQ(ui.modals[1].height, 410);  // the agreement is never shortened
-  EXPECT_EQ(ui.modals[1].Find("OKBtn")->caption, "I Agree");
+  EXPECT_EQ(ui.modals[1].Get("OKBtn").caption, "I Agree");
   EXPECT_FALSE(WentOn());
 }
 
@@ -105,11 +105,11 @@ TEST_F(InstallFlowTest, CustomLabelsNameTheDocumentsAndTheirButtons) {
   Press();
   ASSERT_EQ(ui.modals.size(), 2u);
   EXPECT_EQ(ui.modals[0].title, "Read me");
-  EXPECT_EQ(ui.modals[0].Find("OKBtn")->caption, "Fine");
-  EXPECT_EQ(ui.modals[0].Find("QuitBtn")->caption, "Stop");
+  EXPECT_EQ(ui.modals[0].Get("OKBtn").caption, "Fine");
+  EXPECT_EQ(ui.modals[0].Get("QuitBtn").caption, "Stop");
   EXPECT_EQ(ui.modals[1].title, "Terms");
-  EXPECT_EQ(ui.modals[1].Find("OKBtn")->caption, "Yes");
-  EXPECT_EQ(ui.modals[1].Find("QuitBtn")->caption, "Stop");
+  EXPECT_EQ(ui.modals[1].Get("OKBtn").caption, "Yes");
+  EXPECT_EQ(ui.modals[1].Get("QuitBtn").caption, "Stop");
   EXPECT_TRUE(WentOn());
 }
 
@@ -132,14 +132,14 @@ TEST_F(InstallFlowTest, InfoShowsOneButtonAndTheWindowGoesOnWaiting) {
   ASSERT_EQ(ui.modals.size(), 2u);
   const auto& plain = ui.modals[0];
   EXPECT_EQ(plain.title, "Information");
-  EXPECT_EQ(plain.Find("OKBtn")->caption, "OK");
-  EXPECT_TRUE(plain.Find("OKBtn")->visible);
-  EXPECT_FALSE(plain.Find("QuitBtn")->visible);
+  EXPECT_EQ(plain.Get("OKBtn").caption, "OK");
+  EXPECT_TRUE(plain.Get("OKBtn").visible);
+  EXPECT_FALSE(plain.Get("QuitBtn").visible);
   EXPECT_EQ(plain.height, 410);
   const auto& html = ui.modals[1];
   EXPECT_EQ(html.title, "About");
-  EXPECT_EQ(html.Find("ContinueBtn")->caption, "Close");
-  EXPECT_FALSE(html.Find("QuitBtn")->visible);
+  EXPECT_EQ(html.Get("ContinueBtn").caption, "Close");
+  EXPECT_FALSE(html.Get("QuitBtn").visible);
   EXPECT_TRUE(window->InstallBtn.Enabled());
 }
 

@@ -89,7 +89,7 @@ TEST_F(PixelPictureTest, APictureThatCannotBeBuiltShowsTheRamMessage) {
     ui.answers = {fw::testing::ScriptedUI::Press("Btn3")};
     EXPECT_FALSE(ViewConst::PixelStringToPicture(c.width, c.height, c.text)) << c.width << "x" << c.height;
     ASSERT_EQ(ui.modals.size(), 1u);
-    EXPECT_EQ(ui.modals[0].Find("MessageText")->caption,
+    EXPECT_EQ(ui.modals[0].Get("MessageText").caption,
               "INSUFFICIENT RAM.\n\nUnable to process picture due to RAM shortage.");
     EXPECT_EQ(GlobalsKv::gConflictType, 0);
   }

@@ -108,11 +108,15 @@ TEST_F(SetupRecordTest, NoDataLeavesEveryFieldUntouchedAndNoTextDataReadsEmpty) 
   EXPECT_EQ(window->Label(0), "");
 }
 
-TEST_F(SetupRecordTest, ABundleInsideAFolderNamedContentsStillFindsItsRecord) {
-  platform.executablePath = At("Contents/Setup.app/Contents/MacOS/Setup");
-  WriteFile(At("Contents/Setup.app/Contents/Resources/Data"), ViewConst::Encrypt("found"));
+TEST_F(SetupRecordTest, TheBundleEndsAtTheFirstContentsOfThePath) {
+  platform.executablePath = At("Setup.app/Contents/MacOS/ContentsSetup");
+  WriteFile(At("Setup.app/Contents/Resources/Data"), ViewConst::Encrypt("found"));
   ASSERT_TRUE(window->ReadData());
   EXPECT_EQ(window->fTimeStamp, "found");
+  // A bundle inside a folder named "Contents" is cut there, and its record not found.
+  platform.executablePath = At("Contents/Setup.app/Contents/MacOS/Setup");
+  WriteFile(At("Contents/Setup.app/Contents/Resources/Data"), ViewConst::Encrypt("missed"));
+  EXPECT_FALSE(window->ReadData());
 }
 
 TEST_F(SetupRecordTest, PictureFieldsSplitIntoPixelsWidthAndHeight) {
@@ -130,6 +134,17 @@ TEST_F(SetupRecordTest, PictureFieldsSplitIntoPixelsWidthAndHeight) {
   EXPECT_EQ(window->fBackgroundPixelStr, "0");
   EXPECT_GT(window->fBackgroundWidth, 1000000);
   EXPECT_EQ(window->fBackgroundHeight, -5);
+}
+
+TEST_F(SetupRecordTest, EachTextFieldIsUtf8OrMacRomanByItself) {
+  SetupRecord r;
+  r.data = {{1, "t"}};
+  r.text = {{7, "Caf\xC3\xA9 Tool"}, {8, "\xA9 2026 Caf\x8E"}, {9, "\xC3\xA9t\xC3\xA9"}};
+  WriteRecord(r);
+  ASSERT_TRUE(window->ReadData());
+  EXPECT_EQ(window->fTargetFolder, "Caf\xC3\xA9 Tool");
+  EXPECT_EQ(window->fCopyright, "\xC2\xA9 2026 Caf\xC3\xA9");  // MacRoman
+  EXPECT_EQ(window->fWindowTitle, "\xC3\xA9t\xC3\xA9");
 }
 
 TEST_F(SetupRecordTest, LongTextsBreakLinesAtBarsAndDecodeHtmlFromHex) {

@@ -4,6 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cctype>
+#include <ostream>
+
+#include "framework/posix/posix_platform.h"
 #include "support/forked_child.h"
 #include "unit/core/core_fixture.h"
 
@@ -104,6 +108,19 @@ TEST_P(MinimumSystemTest, FiresOnlyBelowItsRelease) {
   }
 }
 
+void PrintTo(const SystemCase& c, std::ostream* out) {
+  *out << "\"" << c.key << "\" on " << c.major << "." << c.minor << (c.fires ? " fires" : " passes");
+}
+
+// The case as a test name: "MacOS10_12_on_11_4_passes".
+std::string SystemCaseName(const ::testing::TestParamInfo<SystemCase>& info) {
+  std::string key = *info.param.key ? info.param.key : "NoKey";
+  for (char& ch : key)
+    if (!std::isalnum(static_cast<unsigned char>(ch))) ch = '_';
+  return key + "_on_" + std::to_string(info.param.major) + "_" + std::to_string(info.param.minor) +
+         (info.param.fires ? "_fires" : "_passes");
+}
+
 // Each row just below its release and at it, and the rows that never fire.
 INSTANTIATE_TEST_SUITE_P(
     Rows, MinimumSystemTest,
@@ -118,7 +135,8 @@ INSTANTIATE_TEST_SUITE_P(
         SystemCase{"MacOS11.1", 11, 0, true}, SystemCase{"MacOS11.1", 11, 1, false},
         SystemCase{"MacOS11.2", 11, 1, true}, SystemCase{"MacOS11.2", 12, 0, false},
         SystemCase{"macos11.3", 11, 2, true}, SystemCase{"MacOS11.3", 11, 3, false},
-        SystemCase{"MacOS9", 1, 0, false}, SystemCase{"", 1, 0, false}));
+        SystemCase{"MacOS9", 1, 0, false}, SystemCase{"", 1, 0, false}),
+    SystemCaseName);
 
 struct MemoryCase {
   const char* key;
@@ -138,6 +156,8 @@ TEST_P(MinimumMemoryTest, FiresOneMegabyteBelowItsLimit) {
   EXPECT_EQ(ui.messages, std::vector<std::string>{c.message});
 }
 
+void PrintTo(const MemoryCase& c, std::ostream* out) { *out << "\"" << c.key << "\" below " << c.limit << " MB"; }
+
 INSTANTIATE_TEST_SUITE_P(Rows, MinimumMemoryTest,
                          ::testing::Values(MemoryCase{"250MB", 250, "250 MB RAM is required."},
                                            MemoryCase{"500MB", 500, "500 MB RAM is required."},
@@ -146,7 +166,26 @@ INSTANTIATE_TEST_SUITE_P(Rows, MinimumMemoryTest,
                                            MemoryCase{"4GB", 4000, "4 GB RAM is required."},
                                            MemoryCase{"8GB", 8000, "8 GB RAM is required."},
                                            MemoryCase{"16GB", 16000, "16 GB RAM is required."},
-                                           MemoryCase{"32GB", 32000, "32 GB RAM is required."}));
+                                           MemoryCase{"32GB", 32000, "32 GB RAM is required."}),
+                         [](const ::testing::TestParamInfo<MemoryCase>& info) { return std::string(info.param.key); });
+
+TEST_F(StartupTest, TheMemoryInstalledCountsNotWhatTheKernelKeepsForItself) {
+  // 8 GiB in blocks of 128 MiB, of which the kernel reports some 7,800 MB usable.
+  WriteFile(At("sys/block_size_bytes"), "8000000\n");
+  for (int i = 0; i < 64; ++i) fs::create_directories(At("sys/memory" + std::to_string(i)));
+  fs::create_directories(At("sys/power"));
+  WriteFile(At("meminfo"), "MemFree: 1000 kB\nMemTotal:        7987654 kB\n");
+  platform.facts["ramm"] = fw::InstalledMemoryMB(At("sys"), At("meminfo"));
+  EXPECT_EQ(platform.facts["ramm"], 8192);
+  window->fMinRAM = "8GB";
+  EXPECT_TRUE(window->CheckMinOSorRAM());
+  // A block the firmware keeps back still leaves a machine of 8 GiB.
+  fs::remove(At("sys/memory63"));
+  EXPECT_EQ(fw::InstalledMemoryMB(At("sys"), At("meminfo")), 8192);
+  // Without the blocks, the usable figure is all there is.
+  EXPECT_EQ(fw::InstalledMemoryMB(At("none"), At("meminfo")), 7800);
+  EXPECT_EQ(fw::InstalledMemoryMB(At("none"), At("none")), 0);
+}
 
 TEST_F(StartupTest, BothTablesAreTriedAndAFailingQueryCountsAsZero) {
   platform.facts.clear();

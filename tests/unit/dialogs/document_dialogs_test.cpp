@@ -32,9 +32,9 @@ TEST_F(DocumentDialogTest, ShorterAgreementWindowShrinksTheTextAndCarriesTheButt
 
   const auto& s = ui.modals.at(0);
   EXPECT_EQ(s.height, 210);
-  EXPECT_EQ(s.Find("AgreementEdit")->geometry, (fw::Rect{20, 14, 650, 144}));
-  EXPECT_EQ(s.Find("QuitBtn")->geometry, (fw::Rect{498, 170, 80, 20}));
-  EXPECT_EQ(s.Find("OKBtn")->geometry, (fw::Rect{590, 170, 80, 20}));
+  EXPECT_EQ(s.Get("AgreementEdit").geometry, (fw::Rect{20, 14, 650, 144}));
+  EXPECT_EQ(s.Get("QuitBtn").geometry, (fw::Rect{498, 170, 80, 20}));
+  EXPECT_EQ(s.Get("OKBtn").geometry, (fw::Rect{590, 170, 80, 20}));
   EXPECT_EQ(d.fBtnName, "OKBtn");
 }
 
@@ -54,6 +54,10 @@ TEST_F(DocumentDialogTest, EachButtonReportsItsOwnName) {
     d.ShowModal();
     EXPECT_EQ(d.fBtnName, "QuitBtn");
     EXPECT_FALSE(d.Visible());
+    d.fBtnName.clear();
+    ui.answers.push_back(ScriptedUI::PressCancel());  // Escape
+    d.ShowModal();
+    EXPECT_EQ(d.fBtnName, "QuitBtn");
   }
   {
     THtmlNotesDlg d;
@@ -66,11 +70,11 @@ TEST_F(DocumentDialogTest, EachButtonReportsItsOwnName) {
     d.ShowModal();
     EXPECT_EQ(d.fBtnName, "QuitBtn");
   }
-  const auto& html = ui.modals.at(1);
+  const auto& html = ui.modals.at(2);
   EXPECT_EQ(html.width, 762);
   EXPECT_EQ(html.height, 511);
-  EXPECT_EQ(html.Find("MyHTMLViewer")->geometry, (fw::Rect{0, 0, 762, 460}));
-  EXPECT_TRUE(html.Find("ContinueBtn")->isDefault);
+  EXPECT_EQ(html.Get("MyHTMLViewer").geometry, (fw::Rect{0, 0, 762, 460}));
+  EXPECT_TRUE(html.Get("ContinueBtn").isDefault);
 }
 
 TEST_F(DocumentDialogTest, HiddenQuitButtonLeavesOnlyTheAcceptButton) {

@@ -58,11 +58,10 @@ TEST_F(MessageDialogTest, QuestionSizesFollowTheTextLengthSteps) {
     const Seen s = Ask(c.text, ScriptedUI::PressCaption("No"));
     EXPECT_EQ(s.width, c.width);
     EXPECT_EQ(s.height, c.height);
-    EXPECT_EQ(s.Find("MessageText")->geometry, c.messageText);
-    EXPECT_EQ(s.Find("MessageText")->caption, c.text);
+    EXPECT_EQ(s.Get("MessageText").geometry, c.messageText);
+    EXPECT_EQ(s.Get("MessageText").caption, c.text);
     for (int i = 0; i < 3; ++i) {
-      const auto* b = s.Find("Btn" + std::to_string(i + 1));
-      EXPECT_EQ(b->geometry, (fw::Rect{c.btn1Left + 92 * i, c.buttonsTop, 80, 20}));
+      EXPECT_EQ(s.Get("Btn" + std::to_string(i + 1)).geometry, (fw::Rect{c.btn1Left + 92 * i, c.buttonsTop, 80, 20}));
     }
   }
 }
@@ -86,12 +85,12 @@ TEST_F(MessageDialogTest, QuestionOffersYesAndNoAndOnlyYesAnswersTrue) {
   const Seen s = Ask("Insert the next disc.", ScriptedUI::PressDefault(), &yes);
   EXPECT_TRUE(yes);
   EXPECT_EQ(s.title, "Confirmation");
-  EXPECT_FALSE(s.Find("Btn1")->visible);
-  EXPECT_EQ(s.Find("Btn2")->caption, "Yes");
-  EXPECT_TRUE(s.Find("Btn2")->isDefault);
-  EXPECT_EQ(s.Find("Btn3")->caption, "No");
-  EXPECT_TRUE(s.Find("Btn3")->isCancel);
-  EXPECT_FALSE(s.Find("Btn3")->isDefault);
+  EXPECT_FALSE(s.Get("Btn1").visible);
+  EXPECT_EQ(s.Get("Btn2").caption, "Yes");
+  EXPECT_TRUE(s.Get("Btn2").isDefault);
+  EXPECT_EQ(s.Get("Btn3").caption, "No");
+  EXPECT_TRUE(s.Get("Btn3").isCancel);
+  EXPECT_FALSE(s.Get("Btn3").isDefault);
 
   Ask("Insert the next disc.", ScriptedUI::PressCancel(), &yes);  // Escape
   EXPECT_FALSE(yes);
@@ -115,17 +114,17 @@ TEST_F(MessageDialogTest, QuestionLeavesTheGlobalsAsTheMessageTableExpects) {
 
 TEST_F(MessageDialogTest, EmptyTextAsksAboutAnUnknownError) {
   const Seen s = Ask("", ScriptedUI::PressDefault());
-  EXPECT_EQ(s.Find("MessageText")->caption, "UNKNOWN ERROR. ");
+  EXPECT_EQ(s.Get("MessageText").caption, "UNKNOWN ERROR. ");
   EXPECT_EQ(s.width, 322);  // sized by the text it shows
 
   // By number: a number the table does not know falls back the same way.
   ui.answers.push_back(ScriptedUI::PressCaption("Yes"));
   EXPECT_TRUE(ViewConst::YesNoDialog(12345));
-  EXPECT_EQ(ui.modals.back().Find("MessageText")->caption, "UNKNOWN ERROR. ");
+  EXPECT_EQ(ui.modals.back().Get("MessageText").caption, "UNKNOWN ERROR. ");
 
   ui.answers.push_back(ScriptedUI::PressCaption("No"));
   EXPECT_FALSE(ViewConst::YesNoDialog(39));
-  EXPECT_EQ(ui.modals.back().Find("MessageText")->caption,
+  EXPECT_EQ(ui.modals.back().Get("MessageText").caption,
             "INSUFFICIENT RAM.\n\nUnable to process picture due to RAM shortage.");
   EXPECT_EQ(ui.modals.back().width, 512);  // holds line breaks
 }
@@ -163,7 +162,7 @@ TEST_F(ConflictMessageTest, ShowsTheReadyTextWithOneOkButtonAtDesignSize) {
   EXPECT_EQ(s.title, "Error Message");
   EXPECT_EQ(s.width, 572);
   EXPECT_EQ(s.height, 243);
-  EXPECT_EQ(s.Find("MessageText")->caption, "Cannot copy");
+  EXPECT_EQ(s.Get("MessageText").caption, "Cannot copy");
   std::vector<std::string> visibleButtons;
   for (auto& c : s.controls)
     if (c.visible && c.name != "MessageText") visibleButtons.push_back(c.caption);
@@ -182,9 +181,9 @@ TEST_F(ConflictMessageTest, NumbersComeFromTheTableAndAllShareOneWindow) {
   });
   GlobalsKv::ShowConflictMessage();
   ASSERT_EQ(ui.modals.size(), 2u);
-  EXPECT_EQ(ui.modals[0].Find("MessageText")->caption,
+  EXPECT_EQ(ui.modals[0].Get("MessageText").caption,
             "FILE ALREADY EXISTS.\n\nA file already exists at this path: ");
-  EXPECT_EQ(ui.modals[1].Find("MessageText")->caption, "UNKNOWN ERROR. ");
+  EXPECT_EQ(ui.modals[1].Get("MessageText").caption, "UNKNOWN ERROR. ");
   EXPECT_EQ(ui.modals[1].width, 572);
 }
 
@@ -197,11 +196,11 @@ TEST_F(MessageDialogTest, ReplaceConfirmationAnswersByControlName) {
   ui.answers.push_back(ScriptedUI::PressDefault());
   d.ShowModal();
   EXPECT_EQ(d.fBtnName, "OKBtn");
-  ui.answers.push_back(ScriptedUI::Press("CancelBtn"));
+  ui.answers.push_back(ScriptedUI::PressCancel());  // Escape declines
   d.ShowModal();
   EXPECT_EQ(d.fBtnName, "CancelBtn");
-  EXPECT_TRUE(ui.modals[0].Find("OKBtn")->isDefault);
-  EXPECT_EQ(ui.modals[0].Find("ConfirmLabel3")->geometry, (fw::Rect{20, 61, 412, 42}));
+  EXPECT_TRUE(ui.modals[0].Get("OKBtn").isDefault);
+  EXPECT_EQ(ui.modals[0].Get("ConfirmLabel3").geometry, (fw::Rect{20, 61, 412, 42}));
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <QApplication>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPlainTextEdit>
@@ -15,6 +16,7 @@
 #include <QPushButton>
 #include <QTimer>
 
+#include "core/ostrel_stub_window.h"
 #include "dialogs/document_dialogs.h"
 #include "dialogs/globals_kv.h"
 #include "dialogs/message_modal.h"
@@ -129,12 +131,47 @@ TEST_F(QtBackendTest, QuestionWindowMatchesItsSizedModel) {
       seen.push_back(std::to_string(top->width()) + "x" + std::to_string(top->height()));
       for (auto* b : top->findChildren<QPushButton*>())
         if (b->isVisible()) seen.push_back(b->text().toStdString() + "@" + std::to_string(b->x()) + "," + std::to_string(b->y()));
-      seen.push_back(top->findChild<QLabel*>()->text().toStdString());
+      const auto* label = top->findChild<QLabel*>();
+      seen.push_back(label ? label->text().toStdString() : "no label");
     }
     ClickLater(0, "No");
   });
   EXPECT_FALSE(GlobalsKv::YesNoDlg("Replace & continue?"));
   EXPECT_EQ(seen, (std::vector<std::string>{"322x93", "Yes@130,53", "No@222,53", "Replace & continue?"}));
+}
+
+// Sends a key to the widget that has the focus in `window`.
+void SendKey(QWidget& window, QEvent::Type type, int key, bool autoRepeat = false,
+             Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
+  QKeyEvent event(type, key, modifiers, QString(), autoRepeat);
+  QCoreApplication::sendEvent(window.focusWidget() ? window.focusWidget() : &window, &event);
+}
+
+TEST_F(QtBackendTest, OnlyAKeyPressedAndReleasedInTheWindowAnswersIt) {
+  YesNoDialog d;
+  QTimer::singleShot(50, [&] {
+    QWidget& w = QtUI::WidgetOf(d);
+    // A Return that went down in the window before, then one repeating.
+    SendKey(w, QEvent::KeyRelease, Qt::Key_Return);
+    SendKey(w, QEvent::KeyPress, Qt::Key_Return, true);
+    SendKey(w, QEvent::KeyRelease, Qt::Key_Return, true);
+    QTimer::singleShot(50, [&] {
+      SendKey(w, QEvent::KeyPress, Qt::Key_Escape);
+      SendKey(w, QEvent::KeyRelease, Qt::Key_Escape);
+    });
+  });
+  d.ShowModal();
+  EXPECT_EQ(d.fBtnName, "CancelBtn");
+}
+
+TEST_F(QtBackendTest, TheMainWindowsMenuShortcutsWorkWithoutAMenuBar) {
+  OstrelStubWindow main;
+  main.Show();
+  QWidget& w = QtUI::WidgetOf(main);
+  w.activateWindow();
+  QTimer::singleShot(50, [&] { SendKey(w, QEvent::KeyPress, Qt::Key_Q, false, Qt::ControlModifier); });
+  EXPECT_THROW(fw::DoEvents(3000), fw::QuitRequest);
+  main.Hide();
 }
 
 TEST_F(QtBackendTest, UserResizingMovesTheModelAndShrinkingBelowTheMinimumIsAllowed) {

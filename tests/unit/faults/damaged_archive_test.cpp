@@ -7,7 +7,7 @@
 #include <random>
 #include <set>
 
-#include "payload/zip_expand.h"
+#include "payload/zip/zip_expand.h"
 #include "unit/faults/faults_fixture.h"
 #include "unit/hardening/hardening_fixture.h"
 #include "unit/hardening/raw_zip.h"

@@ -9,7 +9,8 @@
 #include "core/ostrel_stub_window.h"
 #include "fileutil/view_const.h"
 #include "payload/archives.h"
-#include "payload/zip_opener.h"
+#include "payload/zip/zip_opener.h"
+#include "support/utf8_locale.h"
 #include "unit/bundler/bundler_fixture.h"
 #include "unit/faults/faults_fixture.h"
 #include "unit/hardening/hardening_fixture.h"
@@ -128,7 +129,9 @@ TEST_F(FaultDamagedBundleTest, ADamagedRecordNeverCrashesHangsOrGrowsWithoutBoun
   EXPECT_EQ(why, "");
 }
 
-TEST_F(FaultDamagedBundleTest, ACutPayloadIsReportedAndTheInstallationGoesOn) {
+TEST_F(FaultDamagedBundleTest, ACutPayloadIsReportedAndTheEarlierInstallationKept) {
+  const Utf8Locale locale;  // as in the stub: a link must not pass for a file there either
+  ASSERT_TRUE(locale.Ok());
   auto d = FullDescription();
   d.executeAfter.clear();
   const std::string payload = MakePayload("payload");
@@ -150,17 +153,24 @@ TEST_F(FaultDamagedBundleTest, ACutPayloadIsReportedAndTheInstallationGoesOn) {
       SCOPED_TRACE(cut.what);
       WriteFile(resources + "Data2", cut.bytes);
       ui.messages.clear();
+      const std::string installed = At("home/Applications/DemoApp");
+      using Tree = std::map<std::string, std::string>;
+      const Tree before = fs::exists(installed) ? Contents(installed) : Tree{};
       auto window = ReadyToInstall();
       window->ExpandFolder();
-      const std::string installed = At("home/Applications/DemoApp");
-      // Either the reader made sense of all there was, or the user is told.
+      // Either the reader made sense of all there was, or the user is told
+      // and has what they had.
       if (ui.messages.empty()) {
         EXPECT_EQ(Contents(installed), Contents(payload));
       } else {
         EXPECT_EQ(ui.messages.size(), 1u);
-        EXPECT_EQ(ui.messages[0].rfind("The archive DemoApp.zip could not be expanded: ", 0), 0u) << ui.messages[0];
+        EXPECT_TRUE(window->fInstallationFailed);
+        EXPECT_NE(ui.messages[0].find("The archive DemoApp.zip could not be expanded: "), std::string::npos)
+            << ui.messages[0];
+        EXPECT_EQ(fs::exists(installed) ? Contents(installed) : Tree{}, before);
       }
-      EXPECT_FALSE(fs::exists(At("home/Applications/DemoApp.zip")));
+      for (const auto& e : fs::directory_iterator(At("home/Applications")))
+        EXPECT_EQ(e.path().filename(), "DemoApp") << "left beside the target";
       EXPECT_TRUE(ReadFile(resources + "Data2") == cut.bytes);
     }
   }

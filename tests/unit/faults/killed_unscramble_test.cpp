@@ -14,6 +14,8 @@
 #include <random>
 #include <thread>
 
+#include "framework/file_copy.h"
+#include "framework/own_files.h"
 #include "payload/archives.h"
 #include "payload/byte_step.h"
 #include "support/forked_child.h"
@@ -78,7 +80,7 @@ class FaultKilledUnscrambleTest : public SandboxTest {
     (renewed ? newRounds : oldRounds)++;
     for (const auto& [name, size] : Beside()) {
       if (before.count(name)) continue;
-      EXPECT_EQ(name.rfind("payload.part-", 0), 0u) << name;
+      EXPECT_TRUE(fw::IsOwnName(name) && name.ends_with(fw::kPartSuffix)) << name;
       const std::string partial = Slurp(At("box/" + name));
       EXPECT_LE(partial.size(), kSize);
       EXPECT_TRUE(next.compare(0, partial.size(), partial) == 0) << name << " is not a beginning of the new bytes";

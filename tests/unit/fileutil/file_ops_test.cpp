@@ -75,9 +75,9 @@ TEST_F(FileutilItems, ForceDirectoriesReportsEachLevelThatFails) {
 
   ASSERT_EQ(ui.modals.size(), 2u);
   EXPECT_EQ(ui.modals[0].title, "Error Message");
-  EXPECT_EQ(ui.modals[0].Find("MessageText")->caption,
+  EXPECT_EQ(ui.modals[0].Get("MessageText").caption,
             "FILE ALREADY EXISTS.\n\nA file already exists at this path: " + At("a/f"));
-  EXPECT_EQ(ui.modals[1].Find("MessageText")->caption, "VOLUME NOT FOUND.\n\nThis volume does not exist: " + At("a/f/g"));
+  EXPECT_EQ(ui.modals[1].Get("MessageText").caption, "VOLUME NOT FOUND.\n\nThis volume does not exist: " + At("a/f/g"));
   EXPECT_EQ(ReadFile(At("a/f")), "in the way");
 
   GlobalsKv::gConflictType = 36;

@@ -42,6 +42,14 @@ TEST(WindowModel, OnlyVisibleEnabledControlsReactToAPress) {
   EXPECT_EQ(presses, 1);
 }
 
+TEST(WindowModel, AControlASnapshotLacksFailsTheTestThatAsksForIt) {
+  fw::Window w("Question", 100, 50);
+  w.Add(fw::ControlKind::PushButton, "OKBtn", {});
+  const fw::testing::Seen seen = fw::testing::Snapshot(w);
+  EXPECT_EQ(seen.Get("OKBtn").name, "OKBtn");
+  EXPECT_THROW(seen.Get("CancelBtn"), std::logic_error);
+}
+
 TEST(WindowModel, RadioButtonsExcludeEachOther) {
   fw::Window w("W", 100, 100);
   auto& a = w.Add(ControlKind::RadioButton, "A", {0, 0, 10, 10});

@@ -13,16 +13,9 @@
 
 #include "raw_zip.h"
 #include "support/sandbox.h"
+#include "support/snapshot.h"
 
 namespace ostrel::test {
-
-// Every item below `root` by relative path, links not followed: the kind,
-// mode, size and a checksum of a file's bytes, a link's target. Paths in
-// `skip` (relative, with their subtrees) are left out.
-using Snapshot = std::map<std::string, std::string>;
-Snapshot TakeSnapshot(const std::string& root, const std::vector<std::string>& skip = {});
-// What differs between two snapshots, a line for each path; empty when none.
-std::string SnapshotDiff(const Snapshot& was, const Snapshot& now);
 
 // The two public ways an archive gets expanded: synchronously into a
 // folder, and by launching it for the in-process opener, which expands it
@@ -32,7 +25,7 @@ const char* RouteName(Route r);
 
 struct Outcome {
   bool ok = false;
-  std::string message;  // what the user was told, if anything
+  std::string message;  // for the opener: why the archive could not be expanded, if it could not
   bool archiveUnchanged = false;  // the archive's bytes were as written when it was done
 };
 

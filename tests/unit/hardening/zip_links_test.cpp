@@ -38,6 +38,28 @@ TEST_F(HardeningZipLinks, NothingIsWrittenThroughALinkThatLeadsOut) {
   ExpectEachRefused(archives);
 }
 
+TEST_F(HardeningZipLinks, ALinkThatLeadsOutThroughAnotherIsRefusedBeforeAnythingIsWritten) {
+  const std::vector<std::vector<RawEntry>> archives = {
+      {File("a.txt", "a"), Folder("x/"), Link("x/up", ".."), Link("esc", "x/up/..")},
+      {File("a.txt", "a"), Link("esc", "x/up/.."), Link("x/up", "..")},  // the later link decides
+      {File("a.txt", "a"), Link("one", "two/.."), Link("two", "three/.."), Link("three", ".")},
+  };
+  // The destination already holds a link; the archive leads out through it.
+  symlink(".", (Dest() + "/here").c_str());
+  std::vector<std::vector<RawEntry>> throughTheDisc = {{File("a.txt", "a"), Link("esc", "here/..")}};
+  for (const Route route : kRoutes) {
+    for (const auto& entries : {archives[0], archives[1], archives[2], throughTheDisc[0]}) {
+      SCOPED_TRACE(std::string(RouteName(route)) + ", " + entries.back().name);
+      const Outcome o = Expand(BuildRawZip(entries), route);
+      EXPECT_FALSE(o.ok);
+      std::vector<std::string> left;
+      for (const auto& e : fs::directory_iterator(Dest())) left.push_back(e.path().filename().string());
+      EXPECT_EQ(left, std::vector<std::string>{"here"}) << "written before the refusal";
+      EXPECT_TRUE(OutsideUnchanged());
+    }
+  }
+}
+
 TEST_F(HardeningZipLinks, AFolderAndALinkOfTheSameNameNeverLeadOut) {
   const std::vector<std::vector<RawEntry>> archives = {
       {Folder("d/"), File("d/f.txt", "in the folder"), Link("d", "../AppEvil")},

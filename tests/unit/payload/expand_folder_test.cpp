@@ -1,14 +1,16 @@
 // A whole main expansion in a sandbox bundle: the scrambled Data2 becomes the
 // installed folder, the target is replaced or kept as the user says, and the
 // run goes on after a failure as an installation does.
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
 #include <map>
 
 #include "core/ostrel_stub_window.h"
 #include "payload/archives.h"
-#include "payload/zip_opener.h"
+#include "payload/zip/zip_opener.h"
 #include "support/sandbox.h"
-#include "zip_fixture.h"
+#include "support/zip_fixture.h"
 
 namespace ostrel::test {
 namespace {
@@ -71,7 +73,7 @@ class PayloadExpandFolderTest : public SandboxTest {
 
 TEST_F(PayloadExpandFolderTest, InstallsTheScrambledPayloadByteForByteOverAnOldTarget) {
   WriteData2();
-  WriteFile(At("dest/MyApp.zip"), "a stale archive of an earlier run");
+  WriteFile(At("dest/MyApp.zip"), "the user's own archive, not the stub's");
   WriteFile(At("dest/MyApp/old.txt"), "replaced unasked, since no prompt is wanted");
   ui.folderAnswers.push_back(At("dest"));
   window.ExpandFolder();
@@ -79,7 +81,9 @@ TEST_F(PayloadExpandFolderTest, InstallsTheScrambledPayloadByteForByteOverAnOldT
   EXPECT_EQ(window.fTargetFolder, At("dest/MyApp"));
   EXPECT_EQ(Installed(At("dest/MyApp")), Expected());
   EXPECT_NE(fs::status(At("dest/MyApp/bin/tool")).permissions() & fs::perms::owner_exec, fs::perms::none);
-  EXPECT_FALSE(fs::exists(At("dest/MyApp.zip")));
+  EXPECT_EQ(Installed(At("dest")).size(), Expected().size() + 1);  // the user's archive, and nothing of ours
+  EXPECT_EQ(ReadFile(At("dest/MyApp.zip")), "the user's own archive, not the stub's");
+  EXPECT_FALSE(window.fInstallationFailed);
   EXPECT_TRUE(ui.messages.empty());
   EXPECT_TRUE(ui.modals.empty());
   EXPECT_FALSE(window.InfoBtn.Visible());
@@ -99,11 +103,11 @@ TEST_F(PayloadExpandFolderTest, AnExistingTargetIsReplacedOnceTheUserAgrees) {
   ASSERT_EQ(ui.modals.size(), 1u);
   const auto& asked = ui.modals[0];
   EXPECT_EQ(asked.title, "Confirmation");
-  EXPECT_EQ(asked.Find("ConfirmLabel1")->caption, "Destination folder already exists.");
-  EXPECT_EQ(asked.Find("ConfirmLabel2")->caption, "Delete folder to continue?");
-  EXPECT_EQ(asked.Find("ConfirmLabel3")->caption, At("dest/MyApp"));
-  EXPECT_EQ(asked.Find("OKBtn")->caption, "Replace");
-  EXPECT_EQ(asked.Find("CancelBtn")->caption, "Cancel");
+  EXPECT_EQ(asked.Get("ConfirmLabel1").caption, "Destination folder already exists.");
+  EXPECT_EQ(asked.Get("ConfirmLabel2").caption, "Delete folder to continue?");
+  EXPECT_EQ(asked.Get("ConfirmLabel3").caption, At("dest/MyApp"));
+  EXPECT_EQ(asked.Get("OKBtn").caption, "Replace");
+  EXPECT_EQ(asked.Get("CancelBtn").caption, "Cancel");
   EXPECT_EQ(Installed(At("dest/MyApp")), Expected());
 }
 
@@ -121,33 +125,21 @@ TEST_F(PayloadExpandFolderTest, DecliningTheReplacementLeavesEverythingAsItWas) 
   EXPECT_TRUE(ui.messages.empty());
 }
 
-TEST_F(PayloadExpandFolderTest, AMissingPayloadIsReportedAndTheRunGoesOn) {
+TEST_F(PayloadExpandFolderTest, AMissingPayloadIsReportedAndTheRunEndsThere) {
   fs::create_directories(At("Setup.app/Contents/Resources"));
+  WriteFile(At("Setup.app/Contents/Resources/after.sh"), "#!/bin/sh\n");
+  window.fExecuteAfterName = "after.sh";
   window.fLabels.assign(14, "");
   window.fLabels[13] = "Could not install";
   ui.folderAnswers.push_back(At("dest"));
-  const int64_t before = platform.ticks;
   window.ExpandFolder();
 
-  EXPECT_EQ(ui.messages, std::vector<std::string>{"Could not install"});
-  // The wait still ran its minimum, and the archive's removal its one pass.
-  EXPECT_EQ(window.ProgressBar1.Maximum(), 30);
-  EXPECT_TRUE(window.ProgressBar1.Visible());
-  EXPECT_GE(platform.ticks - before, 30);
-  EXPECT_FALSE(fs::exists(At("dest/MyApp")));
-  EXPECT_FALSE(fs::exists(At("dest/MyApp.zip")));
+  EXPECT_EQ(ui.messages, std::vector<std::string>{"Could not install\n\nThe setup's payload cannot be read (" +
+                                                  std::string(std::strerror(ENOENT)) + ")."});
+  EXPECT_TRUE(window.fInstallationFailed);
+  EXPECT_TRUE(platform.launches.empty());  // no expansion, no after-program
+  EXPECT_TRUE(fs::is_empty(At("dest")));
   EXPECT_EQ(window.fTargetFolder, At("dest/MyApp"));
-}
-
-TEST_F(PayloadExpandFolderTest, ADamagedPayloadIsReportedAndTheArchiveStillRemoved) {
-  fs::create_directories(At("Setup.app/Contents/Resources"));
-  WriteFile(At("Setup.app/Contents/Resources/Data2"), std::string(5000, 'J'));
-  ui.folderAnswers.push_back(At("dest"));
-  window.ExpandFolder();
-  ASSERT_EQ(ui.messages.size(), 1u);
-  EXPECT_EQ(ui.messages[0].rfind("The archive MyApp.zip could not be expanded: ", 0), 0u) << ui.messages[0];
-  EXPECT_FALSE(fs::exists(At("dest/MyApp.zip")));
-  EXPECT_FALSE(fs::exists(At("dest/MyApp")));
 }
 
 TEST_F(PayloadExpandFolderTest, APatchClearsAStalePatchFolderUnaskedAndKeepsTheInstallation) {
@@ -160,8 +152,12 @@ TEST_F(PayloadExpandFolderTest, APatchClearsAStalePatchFolderUnaskedAndKeepsTheI
   window.ExpandFolder();
   EXPECT_TRUE(ui.modals.empty());
   EXPECT_EQ(window.fTargetFolder, At("dest/MyAppPatch"));
-  EXPECT_FALSE(fs::exists(At("dest/MyAppPatch/stale.txt")));
-  EXPECT_EQ(ReadFile(At("dest/MyApp/old.txt")), "installed");
+  // Applied and gone: the installation holds the patch's files beside its
+  // own, nothing stale, and no link from the patch.
+  EXPECT_FALSE(fs::exists(At("dest/MyAppPatch")));
+  Tree patched = source;
+  patched["old.txt"] = "installed";
+  EXPECT_EQ(Installed(At("dest/MyApp")), patched);
   EXPECT_FALSE(fs::exists(At("dest/MyApp.zip")));
 }
 

@@ -6,10 +6,10 @@
 #include "core/ostrel_stub_window.h"
 #include "fileutil/view_const.h"
 #include "payload/archives.h"
-#include "payload/zip_opener.h"
+#include "payload/zip/zip_opener.h"
 #include "support/sandbox.h"
 #include "support/tree_snapshot.h"
-#include "zip_fixture.h"
+#include "support/zip_fixture.h"
 
 namespace ostrel::test {
 namespace {

@@ -172,8 +172,9 @@ TEST_F(SplitSetupTest, ADamagedData2IsNamedAndNotUsed) {
   window.fTargetFolder = "MyApp";
   ui.folderAnswers.push_back(At("dest"));
   window.ExpandFolder();
-  ASSERT_GE(ui.messages.size(), 1u);
-  EXPECT_EQ(ui.messages[0], "The file Data2 is damaged: its checksum does not match.");
+  ASSERT_EQ(ui.messages.size(), 1u);
+  EXPECT_EQ(ui.messages[0], "Installation Failed\n\nThe file Data2 is damaged: its checksum does not match.");
+  EXPECT_TRUE(window.fInstallationFailed);
   EXPECT_FALSE(fs::exists(At("dest/MyApp")));
   EXPECT_FALSE(fs::exists(At("dest/MyApp.zip")));
 }

@@ -4,9 +4,9 @@
 #include "core/ostrel_stub_window.h"
 #include "payload/archives.h"
 #include "payload/expansion_wait.h"
-#include "payload/zip_opener.h"
+#include "payload/zip/zip_opener.h"
 #include "support/sandbox.h"
-#include "zip_fixture.h"
+#include "support/zip_fixture.h"
 
 namespace ostrel::test {
 namespace {
@@ -86,21 +86,28 @@ TEST_F(PayloadZipWaitTest, TheWaitFollowsARealExpansionToItsEnd) {
   EXPECT_EQ(ClaimZipExpansion(At("app.zip")), nullptr);
 }
 
-TEST_F(PayloadZipWaitTest, ADamagedArchiveEndsTheWaitWithAMessage) {
+TEST_F(PayloadZipWaitTest, ADamagedArchiveEndsTheWaitWithItsReason) {
   WriteZip(At("good.zip"), {{"a.txt", std::string(200000, 'a')}, {"b.txt", "b"}});
   const std::string bytes = ReadFile(At("good.zip"));
   WriteFile(At("Broken App.zip"), bytes.substr(0, bytes.size() / 2));
   fw::Launch(At("Broken App.zip"), true);
   Process(At("Broken App.zip"));
-  ASSERT_EQ(ui.messages.size(), 1u);
-  EXPECT_EQ(ui.messages[0].rfind("The archive Broken App.zip could not be expanded: ", 0), 0u) << ui.messages[0];
+  EXPECT_EQ(window.fExpansionError.rfind("it is damaged or not a zip archive", 0), 0u) << window.fExpansionError;
+  EXPECT_TRUE(ui.messages.empty());  // ExpandFolder tells the user
+
+  WriteFile(At("good.zip"), bytes);
+  fw::Launch(At("good.zip"), true);
+  Process(At("good.zip"));
+  EXPECT_EQ(window.fExpansionError, "");
 }
 
 TEST_F(PayloadZipWaitTest, DeleteRemovesTheArchiveAndLaunchesAPresentProgram) {
   WriteFile(At("a.zip"), "zip");
   WriteFile(At("after"), "program");
+  const int64_t before = platform.ticks;
   window.ZipFileDelete(At("a.zip"), fw::FolderItem(At("after")));
   EXPECT_FALSE(fs::exists(At("a.zip")));
+  EXPECT_EQ(platform.ticks, before);  // gone at once: no wait
   ASSERT_EQ(platform.launches.size(), 1u);
   EXPECT_EQ(platform.launches[0].path, At("after"));
   EXPECT_TRUE(platform.launches[0].activate);

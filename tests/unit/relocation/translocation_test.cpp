@@ -63,12 +63,12 @@ TEST_F(TranslocationTest, OKHandsThePathAndPasswordToTheQuarantineClearingAndQui
     ASSERT_NE(control, nullptr) << name;
     EXPECT_EQ(control->geometry, rect) << name;
   }
-  EXPECT_EQ(seen.Find("Label2")->caption, "Application Path:");
-  EXPECT_EQ(seen.Find("Label3")->caption, "Admin Password:");
-  EXPECT_EQ(seen.Find("AppPathEdit")->caption, "");
-  EXPECT_TRUE(seen.Find("OKBtn")->isDefault);
-  EXPECT_TRUE(seen.Find("CancelBtn")->isCancel);
-  EXPECT_EQ(seen.Find("Label1")->caption,
+  EXPECT_EQ(seen.Get("Label2").caption, "Application Path:");
+  EXPECT_EQ(seen.Get("Label3").caption, "Admin Password:");
+  EXPECT_EQ(seen.Get("AppPathEdit").caption, "");
+  EXPECT_TRUE(seen.Get("OKBtn").isDefault);
+  EXPECT_TRUE(seen.Get("CancelBtn").isCancel);
+  EXPECT_EQ(seen.Get("Label1").caption,
             "Gatekeeper is blocking this application due to the process in which it was downloaded to your "
             "computer, because it was launched from within the Downloads folder or because of a GateKeeper OS "
             "bug.  \r\rTo correct the issue, first click Cancel and move this app to the Applications folder.  If "

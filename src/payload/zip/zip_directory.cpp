@@ -1,4 +1,4 @@
-#include "payload/zip_directory.h"
+#include "payload/zip/zip_directory.h"
 
 #include <unistd.h>
 

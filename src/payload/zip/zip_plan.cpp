@@ -1,4 +1,4 @@
-#include "payload/zip_plan.h"
+#include "payload/zip/zip_plan.h"
 
 #include <sys/stat.h>
 #include <sys/statvfs.h>
@@ -12,7 +12,7 @@
 #include <unordered_map>
 #include <unordered_set>
 
-#include "payload/zip_entry_rules.h"
+#include "payload/zip/zip_entry_rules.h"
 
 namespace ostrel {
 namespace {
@@ -177,8 +177,8 @@ mode_t ZipEntryMode(const ZipRecord& r) {
   return mode;
 }
 
-PlanVerdict PlanFastExpansion(int fd, const ZipDirectory& dir, const std::string& destination, FastPlan& plan,
-                              std::string& why) {
+PlanVerdict PlanFastExpansion(int fd, const ZipDirectory& dir, const std::string& destination,
+                              const ExpandRules& rules, FastPlan& plan, std::string& why) {
   struct Folder {
     bool fromEntry = false;
     mode_t mode = 0;
@@ -206,6 +206,9 @@ PlanVerdict PlanFastExpansion(int fd, const ZipDirectory& dir, const std::string
       why = "the entry \"" + r.name + "\" is a device, a pipe or a socket";
       return PlanVerdict::Refuse;
     }
+    if (IsMacResourceEntry(path)) continue;
+    why = CheckShape(rules, path, S_ISDIR(mode));
+    if (!why.empty()) return PlanVerdict::Refuse;
     if (!CheckSizes(r, why)) return PlanVerdict::Refuse;
     if (total + r.size < total) {
       why = Damaged("its sizes add up beyond counting");
@@ -229,6 +232,8 @@ PlanVerdict PlanFastExpansion(int fd, const ZipDirectory& dir, const std::string
     }
   }
   if (!headers.Passed(why)) return PlanVerdict::Refuse;
+  why = CheckWholeShape(rules, plan.files.size() + folders.size() - 1);
+  if (!why.empty()) return PlanVerdict::Refuse;
 
   // An entry's bytes may serve one entry only; a small archive that names
   // the same compressed bytes again and again expands to any size.

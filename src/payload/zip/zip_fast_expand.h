@@ -9,13 +9,13 @@
 #include <optional>
 #include <string>
 
-#include "payload/zip_expand.h"
+#include "payload/zip/zip_expand.h"
 
 namespace ostrel {
 
 // The outcome, or nothing when the general expander is to do this archive.
 // `folder` is an existing folder's path free of links.
 std::optional<ExpandResult> TryFastExpansion(const std::string& archive, const std::string& folder,
-                                             ExpandProgress& progress);
+                                             ExpandProgress& progress, const ExpandRules& rules = {});
 
 }  // namespace ostrel

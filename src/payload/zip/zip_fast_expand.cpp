@@ -1,4 +1,4 @@
-#include "payload/zip_fast_expand.h"
+#include "payload/zip/zip_fast_expand.h"
 
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -13,10 +13,10 @@
 #include <mutex>
 
 #include "framework/two_threads.h"
-#include "payload/zip_directory.h"
-#include "payload/zip_entry_content.h"
-#include "payload/zip_folder_walker.h"
-#include "payload/zip_plan.h"
+#include "payload/zip/zip_directory.h"
+#include "payload/zip/zip_entry_content.h"
+#include "payload/zip/zip_folder_walker.h"
+#include "payload/zip/zip_plan.h"
 
 namespace ostrel {
 namespace {
@@ -228,7 +228,7 @@ struct Descriptor {
 }  // namespace
 
 std::optional<ExpandResult> TryFastExpansion(const std::string& archive, const std::string& folder,
-                                             ExpandProgress& progress) {
+                                             ExpandProgress& progress, const ExpandRules& rules) {
   const Descriptor in{open(archive.c_str(), O_RDONLY | O_CLOEXEC)};
   struct stat st;
   if (in.fd < 0 || fstat(in.fd, &st) != 0 || !S_ISREG(st.st_mode)) return std::nullopt;
@@ -239,7 +239,7 @@ std::optional<ExpandResult> TryFastExpansion(const std::string& archive, const s
 
   FastPlan plan;
   std::string why;
-  switch (PlanFastExpansion(in.fd, dir, folder, plan, why)) {
+  switch (PlanFastExpansion(in.fd, dir, folder, rules, plan, why)) {
     case PlanVerdict::Fallback:
       return std::nullopt;
     case PlanVerdict::Refuse:

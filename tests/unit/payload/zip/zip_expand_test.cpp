@@ -7,9 +7,9 @@
 #include <filesystem>
 
 #include "payload/archives.h"
-#include "payload/zip_expand.h"
+#include "payload/zip/zip_expand.h"
 #include "support/sandbox.h"
-#include "zip_fixture.h"
+#include "support/zip_fixture.h"
 
 namespace ostrel::test {
 namespace {

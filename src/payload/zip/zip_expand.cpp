@@ -1,4 +1,4 @@
-#include "payload/zip_expand.h"
+#include "payload/zip/zip_expand.h"
 
 #include <archive.h>
 #include <archive_entry.h>
@@ -12,14 +12,16 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <utility>
 #include <vector>
 
-#include "payload/zip_entry_rules.h"
-#include "payload/zip_fast_expand.h"
+#include "payload/zip/zip_entry_rules.h"
+#include "payload/zip/zip_fast_expand.h"
 
 namespace ostrel {
 namespace {
@@ -28,6 +30,8 @@ namespace fs = std::filesystem;
 using Reader = std::unique_ptr<archive, decltype(&archive_read_free)>;
 using Writer = std::unique_ptr<archive, decltype(&archive_write_free)>;
 using Links = std::vector<std::pair<std::string, std::string>>;  // entry path, target
+// Every entry the archive writes, by its path: a link's target, or nothing.
+using Entries = std::map<std::string, std::optional<std::string>>;
 
 std::string Damaged(archive* a) {
   const char* message = archive_error_string(a);
@@ -46,7 +50,11 @@ std::string WriteFailed(const std::string& path, archive* out) {
 
 Reader OpenReader(const std::string& path, std::string& why) {
   Reader a(archive_read_new(), archive_read_free);
-  archive_read_support_format_zip(a.get());
+  // The central directory alone says which entry is a link, and whether the
+  // archive is whole: the streaming reader, which reads the local headers
+  // only, would take a link for a file holding its target's text, and an
+  // archive cut inside its directory for a good one.
+  archive_read_support_format_zip_seekable(a.get());
   if (archive_read_open_filename(a.get(), path.c_str(), 64 * 1024) != ARCHIVE_OK) {
     why = Damaged(a.get());
     a.reset();
@@ -96,22 +104,64 @@ std::string CheckEntry(archive_entry* e, const std::set<std::string>& links, std
   return path;
 }
 
+// Reads the next entry that is to be written: true with its checked path;
+// false at the end, or with the reason in `why` when the archive is refused.
+bool NextEntry(archive* in, const std::set<std::string>& links, archive_entry*& e, std::string& path,
+               std::string& why) {
+  for (;;) {
+    const int r = archive_read_next_header(in, &e);
+    if (r == ARCHIVE_EOF) return false;
+    if (r < ARCHIVE_WARN) {
+      why = Damaged(in);
+      return false;
+    }
+    path = CheckEntry(e, links, why);
+    if (path.empty()) return false;
+    if (!IsMacResourceEntry(path)) return true;
+  }
+}
+
+// A link may lead out through another link, of the archive or already on
+// the disc, though each reads well alone: every chain is followed as the
+// finished tree would have it, the archive's entries taking the place of
+// what they replace.
+std::string CheckLinkChains(const std::string& root, const Entries& entries) {
+  const LinkLookup linkAt = [&](const std::string& path) -> std::optional<std::string> {
+    if (path.size() > root.size() + 1 && path.compare(0, root.size() + 1, root + "/") == 0) {
+      const auto it = entries.find(path.substr(root.size() + 1));
+      if (it != entries.end()) return it->second;
+    }
+    return LinkOnDisc(path);
+  };
+  for (const auto& [path, target] : entries) {
+    if (!target) continue;
+    const auto slash = path.rfind('/');
+    const std::string fromRoot = (slash == std::string::npos ? std::string() : path.substr(0, slash + 1)) + *target;
+    if (!ResolvesInside(root, fromRoot, linkAt)) return "the link \"" + path + "\" points outside the destination";
+  }
+  return {};
+}
+
 // First pass: every entry is checked and sized before anything is written.
-std::string Survey(const std::string& archivePath, int64_t& total) {
+std::string Survey(const std::string& archivePath, const std::string& root, const ExpandRules& rules,
+                   int64_t& total) {
   std::string why;
   Reader in = OpenReader(archivePath, why);
   if (!in) return why;
   std::set<std::string> links;
+  Entries entries;
   archive_entry* e = nullptr;
-  for (;;) {
-    const int r = archive_read_next_header(in.get(), &e);
-    if (r == ARCHIVE_EOF) return {};
-    if (r < ARCHIVE_WARN) return Damaged(in.get());
-    const std::string path = CheckEntry(e, links, why);
-    if (path.empty()) return why;
-    if (archive_entry_filetype(e) == AE_IFLNK) links.insert(path);
+  std::string path;
+  while (NextEntry(in.get(), links, e, path, why)) {
+    const auto type = archive_entry_filetype(e);
+    if (std::string bad = CheckShape(rules, path, type == AE_IFDIR); !bad.empty()) return bad;
+    if (type == AE_IFLNK) links.insert(path);
+    entries[path] = type == AE_IFLNK ? std::optional<std::string>(archive_entry_symlink(e)) : std::nullopt;
     total += (archive_entry_size_is_set(e) ? archive_entry_size(e) : 0) + 1;
   }
+  if (!why.empty()) return why;
+  if (std::string bad = CheckWholeShape(rules, entries.size()); !bad.empty()) return bad;
+  return CheckLinkChains(root, entries);
 }
 
 std::string CopyContent(archive* in, archive* out, archive_entry* e, const std::string& path,
@@ -149,12 +199,8 @@ std::string Extract(const std::string& archivePath, ExpandProgress& progress, Li
                                                 ARCHIVE_EXTRACT_SECURE_NOABSOLUTEPATHS);
   std::set<std::string> links;
   archive_entry* e = nullptr;
-  for (;;) {
-    const int r = archive_read_next_header(in.get(), &e);
-    if (r == ARCHIVE_EOF) break;
-    if (r < ARCHIVE_WARN) return Damaged(in.get());
-    const std::string path = CheckEntry(e, links, why);
-    if (path.empty()) return why;
+  std::string path;
+  while (NextEntry(in.get(), links, e, path, why)) {
     archive_entry_set_pathname(e, path.c_str());
     archive_entry_set_perm(e, archive_entry_perm(e) & 0777);  // no setuid, setgid or sticky bit
     if (archive_write_header(out.get(), e) < ARCHIVE_WARN) return WriteFailed(path, out.get());
@@ -169,6 +215,7 @@ std::string Extract(const std::string& archivePath, ExpandProgress& progress, Li
     }
     progress.done += 1;
   }
+  if (!why.empty()) return why;
   if (archive_write_close(out.get()) < ARCHIVE_WARN) return WriteFailed("the last entry", out.get());
   return {};
 }
@@ -208,7 +255,7 @@ class WorkingFolder {
 }  // namespace
 
 ExpandResult ExpandZipArchive(const std::string& archivePath, const std::string& folder,
-                              ExpandProgress* progress) {
+                              ExpandProgress* progress, const ExpandRules& rules) {
   ExpandProgress local;
   ExpandProgress& p = progress ? *progress : local;
   std::error_code ec;
@@ -223,10 +270,10 @@ ExpandResult ExpandZipArchive(const std::string& archivePath, const std::string&
 
   // The common archive goes the fast way; the rest, decided before anything
   // is written, the general way below.
-  if (auto fast = TryFastExpansion(archiveAbsolute, real, p)) return *fast;
+  if (auto fast = TryFastExpansion(archiveAbsolute, real, p, rules)) return *fast;
 
   int64_t total = 0;
-  if (std::string why = Survey(archiveAbsolute, total); !why.empty()) return {false, why};
+  if (std::string why = Survey(archiveAbsolute, real, rules, total); !why.empty()) return {false, why};
   p.total = total;
 
   Links made;
@@ -236,8 +283,8 @@ ExpandResult ExpandZipArchive(const std::string& archivePath, const std::string&
     if (!working.Entered()) return {false, "the folder \"" + folder + "\" cannot be opened"};
     why = Extract(archiveAbsolute, p, made);
   }
-  // A link that read well alone may lead out through a link made after it:
-  // each is judged again against the finished tree.
+  // The chains were checked before writing; what the disc holds now is
+  // checked again, should it have changed meanwhile.
   for (const auto& [path, target] : made) {
     const auto slash = path.rfind('/');
     const std::string fromRoot = (slash == std::string::npos ? std::string() : path.substr(0, slash + 1)) + target;

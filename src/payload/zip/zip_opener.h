@@ -10,14 +10,14 @@
 #include <string>
 #include <thread>
 
-#include "payload/zip_expand.h"
+#include "payload/zip/zip_expand.h"
 
 namespace ostrel {
 
 class ZipExpansionJob {
  public:
   // Starts expanding at once.
-  ZipExpansionJob(std::string archive, std::string folder);
+  ZipExpansionJob(std::string archive, std::string folder, ExpandRules rules = {});
   ~ZipExpansionJob();  // waits for the end
   ZipExpansionJob(const ZipExpansionJob&) = delete;
   ZipExpansionJob& operator=(const ZipExpansionJob&) = delete;
@@ -36,6 +36,7 @@ class ZipExpansionJob {
 
  private:
   std::string archive_, folder_;
+  ExpandRules rules_;
   ExpandProgress progress_;
   ExpandResult result_;  // written before finished_ is set
   std::atomic<bool> finished_{false};
@@ -45,7 +46,12 @@ class ZipExpansionJob {
 
 // Starts a job and keeps it as the latest one. Every job is waited for before
 // the process ends.
-std::shared_ptr<ZipExpansionJob> StartZipExpansion(const std::string& archive, const std::string& folder);
+std::shared_ptr<ZipExpansionJob> StartZipExpansion(const std::string& archive, const std::string& folder,
+                                                   const ExpandRules& rules = {});
+
+// The rules that the next launch of `archive` expands it by: a launch names
+// a file and nothing more.
+void SetRulesForLaunch(const std::string& archive, const ExpandRules& rules);
 
 // The latest job started for `archive` that nobody has followed yet; following
 // it claims it. Null when the launch started none.

@@ -1,4 +1,4 @@
-#include "payload/zip_folder_walker.h"
+#include "payload/zip/zip_folder_walker.h"
 
 #include <fcntl.h>
 #include <unistd.h>

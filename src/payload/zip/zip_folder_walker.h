@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "payload/zip_plan.h"
+#include "payload/zip/zip_plan.h"
 
 namespace ostrel {
 

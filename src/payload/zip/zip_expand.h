@@ -8,6 +8,8 @@
 #include <cstdint>
 #include <string>
 
+#include "payload/zip/zip_entry_rules.h"
+
 namespace ostrel {
 
 // Progress of one expansion, read from other threads while it runs. Units are
@@ -25,9 +27,10 @@ struct ExpandResult {
 
 // Expands `archive` into `folder`, which is created when missing; existing
 // files of the same names are replaced, others are left alone. A refused
-// entry or a damaged archive gives ok false. Blocks; changes the working
-// folder of the calling thread only while it runs.
+// entry, an archive of another shape than `rules` ask for, or a damaged
+// archive gives ok false, before anything is written. Blocks; changes the
+// working folder of the calling thread only while it runs.
 ExpandResult ExpandZipArchive(const std::string& archive, const std::string& folder,
-                              ExpandProgress* progress = nullptr);
+                              ExpandProgress* progress = nullptr, const ExpandRules& rules = {});
 
 }  // namespace ostrel

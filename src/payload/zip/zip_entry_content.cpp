@@ -1,4 +1,4 @@
-#include "payload/zip_entry_content.h"
+#include "payload/zip/zip_entry_content.h"
 
 #include "framework/file_copy.h"
 

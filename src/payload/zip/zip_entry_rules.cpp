@@ -1,4 +1,4 @@
-#include "payload/zip_entry_rules.h"
+#include "payload/zip/zip_entry_rules.h"
 
 #include <limits.h>
 #include <sys/stat.h>
@@ -60,7 +60,16 @@ bool LinkTargetStaysInside(const std::string& entryPath, const std::string& targ
   return true;
 }
 
-bool ResolvesInside(const std::string& root, const std::string& relative) {
+std::optional<std::string> LinkOnDisc(const std::string& path) {
+  struct stat st;
+  if (lstat(path.c_str(), &st) != 0 || !S_ISLNK(st.st_mode)) return std::nullopt;
+  char target[PATH_MAX];
+  const ssize_t n = readlink(path.c_str(), target, sizeof target - 1);
+  if (n < 0) return std::string("/");  // unreadable: taken as leading anywhere
+  return std::string(target, static_cast<size_t>(n));
+}
+
+bool ResolvesInside(const std::string& root, const std::string& relative, const LinkLookup& linkAt) {
   const std::vector<std::string> rootParts = PathParts(root);
   std::vector<std::string> current = rootParts;
   std::deque<std::string> todo;
@@ -74,23 +83,33 @@ bool ResolvesInside(const std::string& root, const std::string& relative) {
       continue;
     }
     current.push_back(part);
-    const std::string path = Join(current);
-    struct stat st;
-    if (lstat(path.c_str(), &st) != 0 || !S_ISLNK(st.st_mode)) continue;
+    const std::optional<std::string> target = linkAt(Join(current));
+    if (!target) continue;
     if (++linksFollowed > 40) return false;  // a loop: the system would give up too
-    char target[PATH_MAX];
-    const ssize_t n = readlink(path.c_str(), target, sizeof target - 1);
-    if (n < 0) return false;
-    target[n] = '\0';
     current.pop_back();
-    if (target[0] == '/') current.clear();
-    const auto linkParts = PathParts(target);
+    if (target->empty() || (*target)[0] == '/') current.clear();
+    const auto linkParts = PathParts(*target);
     todo.insert(todo.begin(), linkParts.begin(), linkParts.end());
   }
   if (current.size() < rootParts.size()) return false;
   for (size_t i = 0; i < rootParts.size(); ++i)
     if (current[i] != rootParts[i]) return false;
   return true;
+}
+
+bool IsMacResourceEntry(const std::string& path) { return path == "__MACOSX" || path.starts_with("__MACOSX/"); }
+
+std::string CheckShape(const ExpandRules& rules, const std::string& path, bool isFolder) {
+  const std::string& top = rules.topFolder;
+  if (top.empty()) return {};
+  if (path == top && !isFolder) return "it holds a file \"" + top + "\" where the folder of that name belongs";
+  if (path != top && !path.starts_with(top + "/"))
+    return "its entry \"" + path + "\" lies outside the folder \"" + top + "\"";
+  return {};
+}
+
+std::string CheckWholeShape(const ExpandRules& rules, size_t entries) {
+  return !rules.topFolder.empty() && entries == 0 ? "it is empty" : std::string();
 }
 
 }  // namespace ostrel

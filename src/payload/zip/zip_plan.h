@@ -10,7 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "payload/zip_directory.h"
+#include "payload/zip/zip_directory.h"
+#include "payload/zip/zip_entry_rules.h"
 
 namespace ostrel {
 
@@ -47,8 +48,8 @@ enum class PlanVerdict {
 
 // Plans the expansion of the archive `fd`, whose directory has been read,
 // into `destination` (used for its free space only).
-PlanVerdict PlanFastExpansion(int fd, const ZipDirectory& dir, const std::string& destination, FastPlan& plan,
-                              std::string& why);
+PlanVerdict PlanFastExpansion(int fd, const ZipDirectory& dir, const std::string& destination,
+                              const ExpandRules& rules, FastPlan& plan, std::string& why);
 
 // An entry's file type and permission bits as zip tools agree to read them
 // from the "made by" system and the external attributes.

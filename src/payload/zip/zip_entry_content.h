@@ -9,7 +9,7 @@
 #include <memory>
 #include <string>
 
-#include "payload/zip_plan.h"
+#include "payload/zip/zip_plan.h"
 
 struct libdeflate_decompressor;
 

@@ -1,0 +1,160 @@
+// The ways a careless setup or a bad payload used to cost a user their files,
+// through the real binary: a target name that is not one plain name, a
+// payload beside the target, the user's own archive of the target's name, a
+// damaged, empty, missing or too large payload over an earlier installation.
+// Sentinel files lie around the chosen folder, in the applications folder
+// and in the home folder; each run ends with exit code 0.
+#include <gtest/gtest.h>
+
+#include "bundler/demo_payload.h"
+#include "fileutil/view_const.h"
+#include "gui/stub_driver.h"
+#include "payload/archives.h"
+#include "support/small_volumes.h"
+#include "support/snapshot.h"
+#include "support/zip_fixture.h"
+
+namespace ostrel::test {
+namespace {
+
+
+class DataLossGuiTest : public StubDriverTest {
+ protected:
+  void SetUp() override {
+    StubDriverTest::SetUp();
+    for (const char* sentinel : {"target/mine.txt", "target/GuiApp.zip", "target/Projects/plan.txt",
+                                 "target-sibling/keep.txt", "home/notes.txt", "home/Applications/Other/keep.txt",
+                                 "target/GuiApp/old.txt", "target/GuiApp/bin/tool"})
+      WriteFile(At(sentinel), std::string("the user's own ") + sentinel);
+    bundler::MakeDemoPayload(At("payload-source"), 20);
+  }
+  void TearDown() override {
+    volumes_.UnmountAll();
+    StubDriverTest::TearDown();
+  }
+
+  bundler::SetupDescription Description() {
+    bundler::SetupDescription d;
+    d.bundleName = "Loss Setup";
+    d.windowTitle = "Data Loss Test";
+    d.targetFolder = "GuiApp";
+    d.payloadFolder = At("payload-source");
+    return d;
+  }
+  // Everything the user has; what the stub and the test make for themselves is left out.
+  Snapshot UsersFiles(const std::vector<std::string>& also = {}) const {
+    std::vector<std::string> skip = {"dist", "runtime", "tmp", "payload-source", "home/.config", "home/.cache",
+                                     "home/.local"};
+    skip.insert(skip.end(), also.begin(), also.end());
+    return TakeSnapshot(root.string(), skip);
+  }
+  // Presses Install; the folder chooser gets `folder` when it comes.
+  void Install(const std::string& folder) {
+    const std::string main = Expect("^Data Loss Test$", "main-window");
+    x->Click(main, kInstallX, kMainButtonsY);
+    if (!folder.empty()) ChooseFolder(folder);
+  }
+
+  SmallVolumes volumes_;
+};
+
+TEST_F(DataLossGuiTest, ACarelessTargetNameChangesNothing) {
+  const Snapshot before = UsersFiles();
+  const struct {
+    std::string name;
+    bool applicationFolder;
+  } cases[] = {{"", true}, {"", false}, {"/", false}, {"GuiApp/", false}, {"../target-sibling", false},
+               {std::string("Gui\0App", 7), false}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE("\"" + c.name + "\"" + (c.applicationFolder ? " in Applications" : ""));
+    auto d = Description();
+    d.applicationFolder = c.applicationFolder;
+    BuildAndStart(d);
+    SetTextField(7, c.name);
+    Install("");  // refused before any folder is asked for
+    AnswerMessage("no-valid-target");
+    EXPECT_EQ(Finish(), 0);
+    EXPECT_EQ(SnapshotDiff(before, UsersFiles()), "");
+  }
+}
+
+TEST_F(DataLossGuiTest, APayloadBesideTheTargetIsRefusedAndTheEarlierInstallationKept) {
+  const Snapshot before = UsersFiles();
+  BuildAndStart(Description());
+  WriteZip(Data2Path(), {{"GuiApp/new.txt", "new"}, {"Projects/plan.txt", "overwritten"}, {"mine.txt", "gone"}});
+  ViewConst::EncryptDecryptFileEnd(Data2Path(), true);
+  Install(At("target"));
+  AnswerMessage("refused-shape");
+  EXPECT_EQ(Finish(), 0);
+  EXPECT_EQ(SnapshotDiff(before, UsersFiles()), "");
+}
+
+TEST_F(DataLossGuiTest, TheUsersOwnArchiveOfTheTargetsNameStays) {
+  fs::remove_all(At("target/GuiApp"));
+  const Snapshot before = UsersFiles({"target/GuiApp"});
+  BuildAndStart(Description());
+  Install(At("target"));
+  EXPECT_EQ(Finish(), 0);
+  EXPECT_EQ(CompareTrees(At("payload-source"), At("target/GuiApp")), "");
+  EXPECT_EQ(SnapshotDiff(before, UsersFiles({"target/GuiApp"})), "");
+}
+
+TEST_F(DataLossGuiTest, ABadPayloadKeepsTheEarlierInstallation) {
+  const Snapshot before = UsersFiles();
+  for (const std::string bad : {"damaged", "empty", "missing"}) {
+    SCOPED_TRACE(bad);
+    BuildAndStart(Description());
+    const std::string bytes = ReadFile(Data2Path());
+    if (bad == "damaged") WriteFile(Data2Path(), bytes.substr(0, bytes.size() / 2));
+    if (bad == "empty") WriteFile(Data2Path(), "");
+    if (bad == "missing") fs::remove(Data2Path());
+    Install(At("target"));
+    AnswerMessage(bad + "-payload");
+    EXPECT_EQ(Finish(), 0);
+    EXPECT_EQ(SnapshotDiff(before, UsersFiles()), "");
+  }
+}
+
+TEST_F(DataLossGuiTest, APayloadTooLargeForTheVolumeKeepsTheEarlierInstallation) {
+  const int e = volumes_.Mount(At("volume"), 1024);
+  if (e == EPERM || e == EACCES) GTEST_SKIP() << "mounting a tmpfs is not permitted here";
+  ASSERT_EQ(e, 0);
+  WriteFile(At("volume/GuiApp/old.txt"), "the earlier installation");
+  WriteFile(At("volume/mine.txt"), "the user's own file");
+  const Snapshot before = UsersFiles();
+  BuildAndStart(Description());
+  ASSERT_GT(fs::file_size(Data2Path()), 1024u * 1024);
+  Install(At("volume"));
+  AnswerMessage("too-large");
+  EXPECT_EQ(Finish(), 0);
+  EXPECT_EQ(SnapshotDiff(before, UsersFiles()), "");
+}
+
+TEST_F(DataLossGuiTest, EscapeDeclinesTheReplaceQuestionAndCtrlQQuits) {
+  const Snapshot before = UsersFiles();
+  auto d = Description();
+  d.promptToReplace = true;
+  BuildAndStart(d);
+  Install(At("target"));
+  const std::string question = Expect("^Confirmation$", "replace-question");
+  x->Key(question, "Escape");
+  EXPECT_EQ(Finish(), 0);
+  EXPECT_EQ(SnapshotDiff(before, UsersFiles()), "");
+
+  BuildAndStart(d);
+  x->Key(Expect("^Data Loss Test$", "main-window"), "ctrl+q");
+  EXPECT_EQ(Finish(), 0);
+}
+
+TEST_F(DataLossGuiTest, AHugeWindowTitleIsCutAndTheRunEndsWithZero) {
+  auto d = Description();
+  d.windowTitle = "Huge Title " + std::string(16 << 20, 'x');
+  BuildAndStart(d);
+  const std::string main = Expect("^Huge Title x", "main-window");
+  EXPECT_LT(x->WindowTitle(main).size(), 4096u);
+  x->Click(main, kQuitX, kMainButtonsY);
+  EXPECT_EQ(Finish(), 0);
+}
+
+}  // namespace
+}  // namespace ostrel::test
