@@ -12,5 +12,8 @@ namespace ostrel {
 // buffer, in place. `firstOffsetOdd` tells whether data[0] lies at an odd
 // offset of the whole text, so that a file can be processed chunk by chunk.
 void ApplyByteStep(unsigned char* data, size_t size, bool firstOffsetOdd, bool encrypt);
+// The same from one buffer into another of the same size, which may be the
+// first: the source stays as it was when they differ.
+void ApplyByteStep(const unsigned char* from, unsigned char* to, size_t size, bool firstOffsetOdd, bool encrypt);
 
 }  // namespace ostrel

@@ -163,9 +163,11 @@ void OstrelStubWindow::ExpandFolder() {
   } else {
     // Checked against the bundle's manifest on the same pass.
     const ostrel::PayloadManifest manifest = ostrel::PayloadManifest::OfRunningBundle();
-    ostrel::PayloadCheck check(manifest.Find("Data2"));
-    copied = ostrel::CopyThroughByteStep(payload.data2, archive, false,
-                                         [&check](const void* data, size_t size) { check.Add(data, size); });
+    const ostrel::ManifestEntry* expected = manifest.Find("Data2");
+    ostrel::PayloadCheck check(expected);
+    ostrel::BytesSeen seen;
+    if (expected) seen = [&check](const void* data, size_t size) { check.Add(data, size); };
+    copied = ostrel::CopyThroughByteStep(payload.data2, archive, false, seen);
     if (!copied.error && !check.Matches()) return fail(ostrel::DamagedFileMessage("Data2"));
   }
   if (copied.error)

@@ -9,50 +9,19 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <chrono>
 #include <cstring>
-#include <vector>
 
 #include "framework/file_copy.h"
 #include "framework/runtime.h"
 #include "payload/archives.h"
-#include "payload/byte_step.h"
+#include "payload/byte_step_stream.h"
 
 namespace ostrel {
 namespace {
 
-// A piece that stays in the cache between its read, its step and its write.
-constexpr size_t kChunk = size_t(256) << 10;
-
-// Streams `in` through the byte step into `out`; 0 or the errno of a read
-// or write error.
-int TransformStream(int in, int out, bool encrypt, const BytesSeen& seen) {
-  std::vector<unsigned char> buffer(kChunk);
-  uint64_t offset = 0;
-  fw::DoEvents(0);  // the window shows that the long work has begun
-  auto lastYield = std::chrono::steady_clock::now();
-  for (;;) {
-    const ssize_t n = read(in, buffer.data(), buffer.size());
-    if (n < 0 && errno == EINTR) continue;
-    if (n < 0) return errno;
-    if (n == 0) return 0;
-    if (seen) seen(buffer.data(), static_cast<size_t>(n));
-    // The step is counted from the file's first byte, across chunk borders.
-    ApplyByteStep(buffer.data(), static_cast<size_t>(n), offset & 1, encrypt);
-    if (const int error = fw::WriteAll(out, buffer.data(), static_cast<size_t>(n))) return error;
-    offset += static_cast<uint64_t>(n);
-    // A large payload takes seconds: let the window breathe now and then.
-    const auto now = std::chrono::steady_clock::now();
-    if (now - lastYield > std::chrono::milliseconds(50)) {
-      fw::DoEvents(0);
-      lastYield = now;
-    }
-  }
-}
-
-// Opens `path` for reading when it names a plain file: the descriptor and
-// its mode, or -1 (and errno) otherwise.
-int OpenPlainFile(const std::string& path, mode_t& mode) {
+// Opens `path` for reading when it names a plain file: the descriptor, its
+// mode and size, or -1 (and errno) otherwise.
+int OpenPlainFile(const std::string& path, mode_t& mode, uint64_t& size) {
   if (path.empty() || path[0] != '/') return errno = ENOENT, -1;  // a relative path names no item
   const int in = open(path.c_str(), O_RDONLY | O_CLOEXEC);
   if (in < 0) return -1;
@@ -62,6 +31,7 @@ int OpenPlainFile(const std::string& path, mode_t& mode) {
     return errno = EISDIR, -1;
   }
   mode = st.st_mode & 07777;
+  size = static_cast<uint64_t>(st.st_size);
   return in;
 }
 
@@ -69,10 +39,11 @@ int OpenPlainFile(const std::string& path, mode_t& mode) {
 // 0 or the errno of the first failure. Both descriptors are closed, and the
 // new file is removed again when it fails, or when the window's turn ends
 // the run (a Quit pressed meanwhile).
-int StreamInto(int in, int out, const std::string& outPath, mode_t mode, bool encrypt, const BytesSeen& seen = {}) {
+int StreamInto(int in, uint64_t size, int out, const std::string& outPath, mode_t mode, bool encrypt,
+               const BytesSeen& seen = {}) {
   int error = 0;
   try {
-    error = TransformStream(in, out, encrypt, seen);
+    error = StreamThroughByteStep(in, out, size, encrypt, seen);
   } catch (...) {
     close(in);
     close(out);
@@ -91,7 +62,8 @@ int StreamInto(int in, int out, const std::string& outPath, mode_t mode, bool en
 
 int RewriteThroughByteStep(const std::string& path, bool encrypt) {
   mode_t mode = 0;
-  const int in = OpenPlainFile(path, mode);
+  uint64_t size = 0;
+  const int in = OpenPlainFile(path, mode, size);
   if (in < 0) return -1;  // a missing file: nothing to do
   std::string temp;
   const int out = fw::CreateSiblingTemp(path, temp, mode);
@@ -100,7 +72,7 @@ int RewriteThroughByteStep(const std::string& path, bool encrypt) {
     close(in);
     return error;
   }
-  int error = StreamInto(in, out, temp, mode, encrypt);
+  int error = StreamInto(in, size, out, temp, mode, encrypt);
   if (!error && rename(temp.c_str(), path.c_str()) != 0) {
     error = errno;
     unlink(temp.c_str());
@@ -111,7 +83,8 @@ int RewriteThroughByteStep(const std::string& path, bool encrypt) {
 CopyResult CopyThroughByteStep(const std::string& source, const std::string& destination, bool encrypt,
                                const BytesSeen& seen) {
   mode_t mode = 0;
-  const int in = OpenPlainFile(source, mode);
+  uint64_t size = 0;
+  const int in = OpenPlainFile(source, mode, size);
   if (in < 0) return {errno, true};
   const int out = open(destination.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode);
   if (out < 0) {
@@ -119,7 +92,7 @@ CopyResult CopyThroughByteStep(const std::string& source, const std::string& des
     close(in);
     return {error, false};
   }
-  return {StreamInto(in, out, destination, mode, encrypt, seen), false};
+  return {StreamInto(in, size, out, destination, mode, encrypt, seen), false};
 }
 
 }  // namespace ostrel

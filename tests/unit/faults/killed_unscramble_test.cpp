@@ -80,10 +80,10 @@ class FaultKilledUnscrambleTest : public SandboxTest {
     (renewed ? newRounds : oldRounds)++;
     for (const auto& [name, size] : Beside()) {
       if (before.count(name)) continue;
+      // Whatever it holds (two threads write its pieces in no set order),
+      // nothing reads it but the removal of a later run.
       EXPECT_TRUE(fw::IsOwnName(name) && name.ends_with(fw::kPartSuffix)) << name;
-      const std::string partial = Slurp(At("box/" + name));
-      EXPECT_LE(partial.size(), kSize);
-      EXPECT_TRUE(next.compare(0, partial.size(), partial) == 0) << name << " is not a beginning of the new bytes";
+      EXPECT_LE(size, kSize);
       ++leftovers;
     }
     current = std::move(now);

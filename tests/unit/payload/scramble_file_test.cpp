@@ -45,6 +45,25 @@ TEST_F(PayloadScrambleTest, MatchesTheByteStepAndRoundTripsAcrossChunkBorders) {
   }
 }
 
+// The copy that unscrambles Data2 shows its source, in order and whole, to
+// the checksum beside it, while the copy itself gets the stepped bytes.
+TEST_F(PayloadScrambleTest, ACopyShowsItsSourceBytesInOrderWhileItSteps) {
+  for (size_t n : {size_t(0), size_t(5), kMiB + 7, 3 * kMiB + 1}) {
+    SCOPED_TRACE(n);
+    const std::string source = RandomBytes(n, static_cast<unsigned>(n) + 1);
+    WriteFile(At("Data2"), source);
+    std::string seen;
+    const CopyResult r = CopyThroughByteStep(At("Data2"), At("copy"), false, [&seen](const void* data, size_t size) {
+      seen.append(static_cast<const char*>(data), size);
+    });
+    EXPECT_EQ(r.error, 0);
+    EXPECT_TRUE(seen == source);
+    EXPECT_TRUE(ReadFile(At("copy")) == Reference(source, false));
+    EXPECT_TRUE(ReadFile(At("Data2")) == source);
+    std::filesystem::remove(At("copy"));
+  }
+}
+
 TEST_F(PayloadScrambleTest, EmptyAndOneByteFilesStayAsTheyAre) {
   for (const std::string& content : {std::string(), std::string("\xFF"), std::string(1, '\0')}) {
     for (bool encrypt : {true, false}) {
