@@ -2,14 +2,22 @@
 # that find windows, take screenshots and click, the way a person would.
 # Expects $shots (the screenshot folder); sets $xvfb and uses $stub.
 
-for d in $(seq 90 150); do [ -e "/tmp/.X$d-lock" ] || break; done
-export DISPLAY=":$d"
-Xvfb "$DISPLAY" -screen 0 1280x1024x24 -nolisten tcp >/dev/null 2>&1 &
+# Xvfb picks a free display itself and tells its number: lock files in /tmp
+# may be stale or missing, and other sessions may be starting theirs.
+displayfile="$(mktemp)"
+Xvfb -displayfd 1 -screen 0 1280x1024x24 -nolisten tcp >"$displayfile" 2>/dev/null &
 xvfb=$!
 stub=""
 n=0
-cleanup() { [ -n "$stub" ] && kill "$stub" 2>/dev/null; kill "$xvfb" 2>/dev/null || true; }
+cleanup() {
+  if [ -n "$stub" ]; then kill "$stub" 2>/dev/null || true; fi
+  kill "$xvfb" 2>/dev/null || true
+  rm -f "$displayfile"
+}
 trap cleanup EXIT
+for _ in $(seq 100); do [ -s "$displayfile" ] && break; sleep 0.1; done
+[ -s "$displayfile" ] || { echo "Xvfb did not start." >&2; exit 1; }
+export DISPLAY=":$(head -n 1 "$displayfile")"
 for _ in $(seq 50); do xdpyinfo >/dev/null 2>&1 && break; sleep 0.1; done
 
 wait_window() {  # title regex -> window id
@@ -25,7 +33,8 @@ shot() {  # window id, name
   n=$((n + 1))
   local f
   f="$shots/$(printf '%02d' "$n")-$2.png"
-  import -window "$1" "$f" && echo "  screenshot: $f"
+  # A window that closes meanwhile can leave import waiting for ever.
+  timeout 10 import -window "$1" "$f" && echo "  screenshot: $f"
 }
 geometry() { eval "$(xdotool getwindowgeometry --shell "$1")"; }
 click() { xdotool mousemove --window "$1" --sync "$2" "$3" click 1; }

@@ -5,11 +5,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
-#include <chrono>
-#include <condition_variable>
 #include <exception>
-#include <mutex>
-#include <optional>
 #include <thread>
 #include <vector>
 
@@ -17,27 +13,14 @@
 #include "framework/runtime.h"
 #include "framework/two_threads.h"
 #include "payload/byte_step.h"
+#include "payload/chunked_read.h"
+#include "payload/side_look.h"
 
 namespace ostrel {
 namespace {
 
 // A piece that stays in the cache between its read, its step and its write.
 constexpr size_t kChunk = size_t(256) << 10;
-
-// Gives the window a turn now and then; a large payload takes seconds.
-class Breather {
- public:
-  Breather() { fw::DoEvents(0); }  // the window shows that the long work has begun
-  void Now() {
-    const auto now = std::chrono::steady_clock::now();
-    if (now - last_ < std::chrono::milliseconds(50)) return;
-    fw::DoEvents(0);
-    last_ = now;
-  }
-
- private:
-  std::chrono::steady_clock::time_point last_ = std::chrono::steady_clock::now();
-};
 
 // Reads exactly `size` bytes at `offset`: 0, the errno, or EIO for a file
 // that ended early.
@@ -73,6 +56,7 @@ int StreamOnTwoThreads(int in, int out, uint64_t size, bool encrypt) {
   std::atomic<int> failure{0};
   std::exception_ptr quit;
   const std::thread::id caller = std::this_thread::get_id();
+  fw::DoEvents(0);  // the window shows that the long work has begun
   Breather breather;
   fw::RunOnTwoThreads([&] {
     std::vector<unsigned char> buffer(kChunk);
@@ -105,72 +89,13 @@ int StreamOnTwoThreads(int in, int out, uint64_t size, bool encrypt) {
   return failure;
 }
 
-// Shows the chunks of a stream to `seen` on a thread of its own, in their
-// order. Two buffers take turns: one is being looked at while the next is
-// read into the other.
-class SideLook {
- public:
-  explicit SideLook(const BytesSeen& seen) : seen_(seen), thread_([this] { Run(); }) {}
-  ~SideLook() {
-    {
-      std::lock_guard<std::mutex> lock(mutex_);
-      stop_ = true;
-    }
-    changed_.notify_all();
-    thread_.join();
-  }
-  // The buffer to read the next chunk into, once its last look has ended.
-  unsigned char* Next() {
-    std::unique_lock<std::mutex> lock(mutex_);
-    changed_.wait(lock, [this] { return done_ + 1 >= posted_; });
-    return buffers_[posted_ & 1].data();
-  }
-  // Hands over the chunk just read into Next()'s buffer.
-  void Post(size_t size) {
-    {
-      std::lock_guard<std::mutex> lock(mutex_);
-      sizes_[posted_ & 1] = size;
-      ++posted_;
-    }
-    changed_.notify_all();
-  }
-  // Returns when every chunk posted has been looked at.
-  void Finish() {
-    std::unique_lock<std::mutex> lock(mutex_);
-    changed_.wait(lock, [this] { return done_ == posted_; });
-  }
-
- private:
-  void Run() {
-    std::unique_lock<std::mutex> lock(mutex_);
-    for (;;) {
-      changed_.wait(lock, [this] { return stop_ || done_ < posted_; });
-      if (done_ == posted_) return;
-      const size_t slot = done_ & 1, size = sizes_[slot];
-      lock.unlock();
-      seen_(buffers_[slot].data(), size);
-      lock.lock();
-      ++done_;
-      changed_.notify_all();
-    }
-  }
-
-  const BytesSeen& seen_;
-  std::vector<unsigned char> buffers_[2] = {std::vector<unsigned char>(kChunk), std::vector<unsigned char>(kChunk)};
-  size_t sizes_[2] = {0, 0};
-  uint64_t posted_ = 0, done_ = 0;
-  bool stop_ = false;
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  std::thread thread_;
-};
-
 int StreamWithSideLook(int in, int out, uint64_t size, bool encrypt, const BytesSeen& seen) {
   std::vector<unsigned char> stepped(kChunk);
-  SideLook look(seen);
+  SideLook look(seen, kChunk);
+  fw::DoEvents(0);
   Breather breather;
   for (uint64_t offset = 0; offset < size;) {
-    unsigned char* chunk = look.Next();
+    auto* chunk = static_cast<unsigned char*>(look.Next());
     const size_t n = static_cast<size_t>(std::min<uint64_t>(kChunk, size - offset));
     if (const int error = ReadAllAt(in, chunk, n, offset)) return error;
     look.Post(n);

@@ -4,47 +4,48 @@
 
 #include <cerrno>
 #include <chrono>
+#include <optional>
 #include <vector>
 
 #include "framework/file_copy.h"
 #include "framework/runtime.h"
+#include "payload/side_look.h"
 
 namespace ostrel {
 
-namespace {
-
-// Gives the event loop a turn when the last one is a while ago.
-class Breather {
- public:
-  void Now() {
-    const auto now = std::chrono::steady_clock::now();
-    if (now - last_ > std::chrono::milliseconds(50)) {
-      fw::DoEvents(0);
-      last_ = now;
-    }
+void Breather::Now() {
+  const auto now = std::chrono::steady_clock::now();
+  if (now - last_ > std::chrono::milliseconds(50)) {
+    fw::DoEvents(0);
+    last_ = now;
   }
+}
 
- private:
-  std::chrono::steady_clock::time_point last_ = std::chrono::steady_clock::now();
-};
-
-}  // namespace
-
-int ReadInChunks(int fd, const std::function<int(const char* data, size_t size)>& take, bool& readFailed) {
+int ReadInChunks(int fd, const std::function<int(const char* data, size_t size)>& take, bool& readFailed,
+                 const BytesSeen& seen) {
   readFailed = false;
-  std::vector<char> buffer(kReadChunk);
+  std::vector<char> own;
+  std::optional<SideLook> look;
+  if (seen)
+    look.emplace(seen, kReadChunk);
+  else
+    own.resize(kReadChunk);
   Breather breather;
   for (;;) {
-    const ssize_t n = read(fd, buffer.data(), buffer.size());
+    char* buffer = look ? static_cast<char*>(look->Next()) : own.data();
+    const ssize_t n = read(fd, buffer, kReadChunk);
     if (n < 0 && errno == EINTR) continue;
     if (n < 0) {
       readFailed = true;
       return errno;
     }
-    if (n == 0) return 0;
-    if (const int error = take(buffer.data(), static_cast<size_t>(n))) return error;
+    if (n == 0) break;
+    if (look) look->Post(static_cast<size_t>(n));
+    if (const int error = take(buffer, static_cast<size_t>(n))) return error;
     breather.Now();
   }
+  if (look) look->Finish();
+  return 0;
 }
 
 int CopyInChunks(int in, int out, const std::function<void(size_t size)>& took, bool& readFailed) {

@@ -37,15 +37,15 @@ PieceOutcome AppendPiece(int out, const std::string& path, const ManifestEntry* 
   bool readFailed = false;
   int error;
   if (expected) {
+    // The checksum goes on beside the writing, over the very bytes written.
     error = ReadInChunks(
         in,
         [&](const char* data, size_t size) {
-          check.Add(data, size);
           if (const int e = fw::WriteAll(out, data, size)) return e;
           took(size);
           return 0;
         },
-        readFailed);
+        readFailed, [&check](const void* data, size_t size) { check.Add(data, size); });
   } else {
     error = CopyInChunks(in, out, took, readFailed);
   }

@@ -167,7 +167,8 @@ void XSession::Type(const std::string& id, const std::string& text) {
 }
 
 bool XSession::Screenshot(const std::string& id, const std::string& pngPath) {
-  return RunProgram({"import", "-display", display_, "-window", id, pngPath}, nullptr, Env()) == 0;
+  // A window that closes meanwhile can leave import waiting for ever.
+  return RunProgram({"timeout", "10", "import", "-display", display_, "-window", id, pngPath}, nullptr, Env()) == 0;
 }
 
 Process::Process(const std::vector<std::string>& argv, const std::map<std::string, std::string>& env)

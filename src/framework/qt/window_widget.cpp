@@ -190,7 +190,10 @@ void WindowWidget::SyncControl(Item& item) {
   w->setEnabled(c.Enabled());
 
   QFont font = QApplication::font(w);
-  if (c.TextSize() > 0) font.setPointSize(c.TextSize());
+  // The designs measure text as their controls, in the original system's
+  // points, which are pixels there; Qt's points are a third larger and would
+  // not fit the rectangles drawn for them.
+  if (c.TextSize() > 0) font.setPixelSize(c.TextSize());
   font.setUnderline(c.Underline());
   if (w->font() != font) w->setFont(font);
 
