@@ -14,7 +14,6 @@
 #include "unit/bundler/bundler_fixture.h"
 #include "unit/faults/faults_fixture.h"
 #include "unit/hardening/hardening_fixture.h"
-#include "unit/hardening/raw_zip.h"
 
 namespace ostrel::test {
 namespace {
@@ -83,23 +82,18 @@ class FaultFullDestinationTest : public WithSmallVolumes<HardeningTest> {};
 
 TEST_F(FaultFullDestinationTest, AnArchiveLargerThanTheRoomFailsClearlyByEveryRoad) {
   if (!Mounted(Dest(), 2048)) return;
-  auto deflated = [](std::string name, std::string content) {
-    RawEntry e = File(std::move(name), std::move(content));
-    e.deflate = true;
-    return e;
-  };
   const std::string zeros(1 << 20, '\0');
   std::vector<RawEntry> many;  // little content, but a page of room each
-  for (int i = 0; i < 700; ++i) many.push_back(deflated("App/f" + std::to_string(i), "x"));
+  for (int i = 0; i < 700; ++i) many.push_back(Packed("App/f" + std::to_string(i), "x"));
   const struct {
     const char* what;
     std::vector<RawEntry> entries;
   } archives[] = {
-      {"more content than room", {deflated("App/a", zeros), deflated("App/b", zeros), deflated("App/c", zeros)}},
+      {"more content than room", {Packed("App/a", zeros), Packed("App/b", zeros), Packed("App/c", zeros)}},
       {"more files than room", many},
       // A link sends the archive the general way.
-      {"the general expander", {Link("App/link", "a"), deflated("App/a", zeros), deflated("App/b", zeros),
-                                deflated("App/c", zeros)}},
+      {"the general expander", {Link("App/link", "a"), Packed("App/a", zeros), Packed("App/b", zeros),
+                                Packed("App/c", zeros)}},
   };
   for (const auto& archive : archives) {
     for (Route route : {Route::ZipFileToFolder, Route::Opener}) {

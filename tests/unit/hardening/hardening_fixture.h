@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "raw_zip.h"
+#include "support/raw_zip.h"
 #include "support/sandbox.h"
 #include "support/snapshot.h"
 

@@ -6,7 +6,6 @@
 #include <sys/stat.h>
 
 #include "hardening_fixture.h"
-#include "raw_zip.h"
 
 namespace ostrel::test {
 namespace {

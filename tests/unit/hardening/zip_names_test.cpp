@@ -6,7 +6,6 @@
 
 #include "fileutil/view_const.h"
 #include "hardening_fixture.h"
-#include "raw_zip.h"
 
 namespace ostrel::test {
 namespace {
