@@ -11,7 +11,6 @@
 #include "gui/stub_driver.h"
 #include "payload/archives.h"
 #include "support/small_volumes.h"
-#include "support/snapshot.h"
 #include "support/zip_fixture.h"
 
 namespace ostrel::test {
@@ -95,7 +94,7 @@ TEST_F(DataLossGuiTest, TheUsersOwnArchiveOfTheTargetsNameStays) {
   BuildAndStart(Description());
   Install(At("target"));
   EXPECT_EQ(Finish(), 0);
-  EXPECT_EQ(CompareTrees(At("payload-source"), At("target/GuiApp")), "");
+  EXPECT_EQ(TreeDiff(At("payload-source"), At("target/GuiApp")), "");
   EXPECT_EQ(SnapshotDiff(before, UsersFiles({"target/GuiApp"})), "");
 }
 

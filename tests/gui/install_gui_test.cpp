@@ -67,7 +67,7 @@ TEST_F(InstallGuiTest, APlainSetupInstallsFileByFileAfterTheReplaceQuestion) {
   if (auto main = x->FindWindow("^Gui Setup Test$", 2s)) Shot(*main, "installing");
 
   EXPECT_EQ(Finish(), 0);
-  EXPECT_EQ(CompareTrees(At("payload-source"), At("target/GuiApp")), "");
+  EXPECT_EQ(TreeDiff(At("payload-source"), At("target/GuiApp")), "");
   EXPECT_FALSE(fs::exists(At("target/GuiApp.zip")));
 }
 

@@ -24,18 +24,18 @@ TEST_F(ResourcesTest, ResourcesAndTheCleanupProgramTravelInTheBundle) {
   d.executeBefore = "before.sh";
   const std::string resources = BuildBundle(d, stub, At("out")) + "/Contents/Resources";
 
-  const Tree copied = ReadTree(resources);
-  EXPECT_EQ(copied.at("before.sh"), (TreeItem{TreeItem::File, "#!/bin/sh\necho before\n", 0750}));
-  EXPECT_EQ(copied.at("After.app/Contents/MacOS/After").content, "#!/bin/sh\n");
+  EXPECT_EQ(ReadFile(resources + "/before.sh"), "#!/bin/sh\necho before\n");
+  EXPECT_EQ(fs::status(resources + "/before.sh").permissions(), fs::perms(0750));
+  EXPECT_EQ(ReadFile(resources + "/After.app/Contents/MacOS/After"), "#!/bin/sh\n");
 
   // Data3 unscrambles to the archive that expands into the clean-up bundle.
   fs::copy_file(resources + "/Data3", At("cleanup.zip"));
   ViewConst::EncryptDecryptFileEnd(At("cleanup.zip"), false);
   ASSERT_TRUE(ViewConst::ZipFileToFolder(At("cleanup.zip"), At("PostInstallCleanup.app"), false));
-  const Tree unpacked = ReadTree(At("PostInstallCleanup.app"));
-  EXPECT_EQ(unpacked.size(), 3u);
-  EXPECT_EQ(unpacked.at("Contents/MacOS/PostInstallCleanup"),
-            (TreeItem{TreeItem::File, ReadFile(At("build/ostrel-cleanup")), 0755}));
+  const std::string program = At("PostInstallCleanup.app/Contents/MacOS/PostInstallCleanup");
+  EXPECT_EQ(TreeOf(At("PostInstallCleanup.app")).size(), 3u);
+  EXPECT_EQ(ReadFile(program), ReadFile(At("build/ostrel-cleanup")));
+  EXPECT_EQ(fs::status(program).permissions(), fs::perms(0755));
 
   d.cleanup = 0;
   EXPECT_FALSE(fs::exists(BuildBundle(d, stub, At("out")) + "/Contents/Resources/Data3"));

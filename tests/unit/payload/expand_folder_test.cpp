@@ -4,18 +4,16 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
-#include <map>
 
 #include "core/ostrel_stub_window.h"
 #include "payload/archives.h"
 #include "payload/zip/zip_opener.h"
 #include "support/sandbox.h"
+#include "support/snapshot.h"
 #include "support/zip_fixture.h"
 
 namespace ostrel::test {
 namespace {
-
-using Tree = std::map<std::string, std::string>;  // relative path: content, or "-> target" for a link
 
 class PayloadExpandFolderTest : public SandboxTest {
  protected:
@@ -47,18 +45,6 @@ class PayloadExpandFolderTest : public SandboxTest {
     ViewConst::EncryptDecryptFileEnd(At("Setup.app/Contents/Resources/Data2"), true);
   }
 
-  Tree Installed(const std::string& folder) const {
-    Tree tree;
-    for (auto& e : fs::recursive_directory_iterator(folder)) {
-      const std::string rel = e.path().lexically_relative(folder).string();
-      if (e.is_symlink())
-        tree[rel] = "-> " + fs::read_symlink(e.path()).string();
-      else if (e.is_regular_file())
-        tree[rel] = ReadFile(e.path().string());
-    }
-    return tree;
-  }
-
   Tree Expected() const {
     Tree tree = source;
     tree["lib/current"] = "-> data.bin";
@@ -66,7 +52,9 @@ class PayloadExpandFolderTest : public SandboxTest {
   }
 
   Tree source = {{"readme.txt", "Read me.\n"},
+                 {"bin", "<dir>"},
                  {"bin/tool", "#!/bin/sh\necho tool\n"},
+                 {"lib", "<dir>"},
                  {"lib/data.bin", std::string("\x00\xFF\x01\xFE binary", 11) + std::string(3000, '\x7F')}};
   OstrelStubWindow window;
 };
@@ -79,9 +67,9 @@ TEST_F(PayloadExpandFolderTest, InstallsTheScrambledPayloadByteForByteOverAnOldT
   window.ExpandFolder();
 
   EXPECT_EQ(window.fTargetFolder, At("dest/MyApp"));
-  EXPECT_EQ(Installed(At("dest/MyApp")), Expected());
+  EXPECT_EQ(TreeOf(At("dest/MyApp")), Expected());
   EXPECT_NE(fs::status(At("dest/MyApp/bin/tool")).permissions() & fs::perms::owner_exec, fs::perms::none);
-  EXPECT_EQ(Installed(At("dest")).size(), Expected().size() + 1);  // the user's archive, and nothing of ours
+  EXPECT_EQ(TreeOf(At("dest")).size(), Expected().size() + 2);  // the target, the user's archive, and nothing of ours
   EXPECT_EQ(ReadFile(At("dest/MyApp.zip")), "the user's own archive, not the stub's");
   EXPECT_FALSE(window.fInstallationFailed);
   EXPECT_TRUE(ui.messages.empty());
@@ -108,7 +96,7 @@ TEST_F(PayloadExpandFolderTest, AnExistingTargetIsReplacedOnceTheUserAgrees) {
   EXPECT_EQ(asked.Get("ConfirmLabel3").caption, At("dest/MyApp"));
   EXPECT_EQ(asked.Get("OKBtn").caption, "Replace");
   EXPECT_EQ(asked.Get("CancelBtn").caption, "Cancel");
-  EXPECT_EQ(Installed(At("dest/MyApp")), Expected());
+  EXPECT_EQ(TreeOf(At("dest/MyApp")), Expected());
 }
 
 TEST_F(PayloadExpandFolderTest, DecliningTheReplacementLeavesEverythingAsItWas) {
@@ -119,7 +107,7 @@ TEST_F(PayloadExpandFolderTest, DecliningTheReplacementLeavesEverythingAsItWas) 
   ui.answers.push_back(fw::testing::ScriptedUI::Press("CancelBtn"));
   window.ExpandFolder();
 
-  EXPECT_EQ(Installed(At("dest/MyApp")), (Tree{{"old.txt", "from the last version"}}));
+  EXPECT_EQ(TreeOf(At("dest/MyApp")), (Tree{{"old.txt", "from the last version"}}));
   EXPECT_FALSE(fs::exists(At("dest/MyApp.zip")));
   EXPECT_EQ(window.fTargetFolder, At("dest/MyApp"));
   EXPECT_TRUE(ui.messages.empty());
@@ -157,7 +145,7 @@ TEST_F(PayloadExpandFolderTest, APatchClearsAStalePatchFolderUnaskedAndKeepsTheI
   EXPECT_FALSE(fs::exists(At("dest/MyAppPatch")));
   Tree patched = source;
   patched["old.txt"] = "installed";
-  EXPECT_EQ(Installed(At("dest/MyApp")), patched);
+  EXPECT_EQ(TreeOf(At("dest/MyApp")), patched);
   EXPECT_FALSE(fs::exists(At("dest/MyApp.zip")));
 }
 
@@ -173,7 +161,7 @@ TEST_F(PayloadExpandFolderTest, TheAfterProgramInResourcesIsLaunchedAfterTheArch
     EXPECT_EQ(launch.path, At("Setup.app/Contents/Resources/after.sh"));
     EXPECT_TRUE(launch.activate);
   }
-  EXPECT_EQ(Installed(At("dest/MyApp")), Expected());
+  EXPECT_EQ(TreeOf(At("dest/MyApp")), Expected());
 }
 
 TEST_F(PayloadExpandFolderTest, TheApplicationsFolderIsUsedWithoutAsking) {
@@ -182,7 +170,7 @@ TEST_F(PayloadExpandFolderTest, TheApplicationsFolderIsUsedWithoutAsking) {
   window.ExpandFolder();
   EXPECT_TRUE(ui.folderDialogs.empty());
   EXPECT_EQ(window.fTargetFolder, At("home/Applications/MyApp"));
-  EXPECT_EQ(Installed(At("home/Applications/MyApp")), Expected());
+  EXPECT_EQ(TreeOf(At("home/Applications/MyApp")), Expected());
   EXPECT_FALSE(fs::exists(At("home/Applications/MyApp.zip")));
 }
 
@@ -192,7 +180,7 @@ TEST_F(PayloadExpandFolderTest, CancellingTheFolderChoiceTouchesNothing) {
   ui.folderAnswers.push_back(std::nullopt);
   window.ExpandFolder();
   EXPECT_EQ(window.fTargetFolder, "");
-  EXPECT_EQ(Installed(At("dest")), (Tree{{"MyApp/old.txt", "kept"}}));
+  EXPECT_EQ(TreeOf(At("dest")), (Tree{{"MyApp", "<dir>"}, {"MyApp/old.txt", "kept"}}));
   EXPECT_TRUE(platform.launches.empty());
   EXPECT_TRUE(ui.messages.empty());
   EXPECT_FALSE(window.ProgressBar1.Visible());

@@ -8,7 +8,7 @@
 #include "payload/archives.h"
 #include "payload/zip/zip_opener.h"
 #include "support/sandbox.h"
-#include "support/tree_snapshot.h"
+#include "support/snapshot.h"
 #include "support/zip_fixture.h"
 
 namespace ostrel::test {
