@@ -9,6 +9,7 @@
 #include <sstream>
 
 #include "core/ostrel_stub_window.h"
+#include "payload/zip/zip_opener.h"
 
 namespace ostrel::test {
 
@@ -31,6 +32,9 @@ void SandboxTest::SetUp() {
 }
 
 void SandboxTest::TearDown() {
+  // Expansions a test started end before their folders go.
+  WaitForZipExpansions();
+  fw::RegisterOpener(".zip", nullptr);
   fw::Install(nullptr, nullptr);
   fw::testing::RemoveScratchTree(root);
 }

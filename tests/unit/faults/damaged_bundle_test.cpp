@@ -44,11 +44,6 @@ class FaultDamagedBundleTest : public BundlerTest {
     BundlerTest::SetUp();
     RegisterZipOpener();
   }
-  void TearDown() override {
-    WaitForZipExpansions();
-    fw::RegisterOpener(".zip", nullptr);
-    BundlerTest::TearDown();
-  }
 
   void Build(bundler::SetupDescription d) {
     bundle = bundler::BuildBundle(d, stub, At("out"));

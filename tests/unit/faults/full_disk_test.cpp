@@ -126,11 +126,6 @@ class FaultFullTargetTest : public WithSmallVolumes<BundlerTest> {
     platform.executablePath = bundle + "/Contents/MacOS/Setup";
     RegisterZipOpener();
   }
-  void TearDown() override {
-    WaitForZipExpansions();
-    fw::RegisterOpener(".zip", nullptr);
-    WithSmallVolumes<BundlerTest>::TearDown();
-  }
   std::string bundle;
 };
 

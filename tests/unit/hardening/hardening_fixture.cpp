@@ -73,7 +73,6 @@ void HardeningTest::SetUp() {
 
 void HardeningTest::TearDown() {
   WaitForZipExpansions();
-  fw::RegisterOpener(".zip", nullptr);
   ViewConst::DeleteFolderOrApp(Dest());  // a tree too deep for a path to name
   SandboxTest::TearDown();
 }

@@ -37,11 +37,6 @@ class PayloadZipWaitTest : public SandboxTest {
     SandboxTest::SetUp();
     RegisterZipOpener();
   }
-  void TearDown() override {
-    WaitForZipExpansions();
-    fw::RegisterOpener(".zip", nullptr);
-    SandboxTest::TearDown();
-  }
 
   // Runs ZipFileProcess on the archive and answers the virtual ticks it took.
   int64_t Process(const std::string& archive) {

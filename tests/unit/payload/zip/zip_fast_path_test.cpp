@@ -39,10 +39,6 @@ class PayloadZipFastPathTest : public SandboxTest {
     fs::create_directories(At("outside"));
     fs::create_directories(At("dest"));
   }
-  void TearDown() override {
-    WaitForZipExpansions();
-    SandboxTest::TearDown();
-  }
 
   // Expands through the opener's job, the way a launch of the archive does.
   Outcome Expand(const std::string& zipBytes, const std::string& into = "dest") {
@@ -258,7 +254,6 @@ TEST_F(PayloadZipFastPathTest, TheWaitingWindowFollowsTheFastPathAndKeepsItsRefu
   window.ZipFileProcess(At("Bomb.zip"), fw::FolderItem(At("Bomb.zip")));
   EXPECT_EQ(window.fExpansionError.rfind("it is built to exhaust the disc", 0), 0u) << window.fExpansionError;
   EXPECT_FALSE(fs::exists(At("first.txt")));
-  fw::RegisterOpener(".zip", nullptr);
 }
 
 }  // namespace
