@@ -6,6 +6,7 @@
 
 #include <cstdlib>
 #include <fstream>
+#include <random>
 #include <sstream>
 
 #include "core/ostrel_stub_window.h"
@@ -49,6 +50,13 @@ std::string SandboxTest::ReadFile(const std::string& path) const {
   std::ostringstream s;
   s << in.rdbuf();
   return s.str();
+}
+
+std::string RandomBytes(size_t n, unsigned seed) {
+  std::mt19937 gen(seed);
+  std::string s(n, '\0');
+  for (auto& c : s) c = static_cast<char>(gen());
+  return s;
 }
 
 }  // namespace ostrel::test

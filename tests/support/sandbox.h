@@ -37,5 +37,7 @@ class SandboxTest : public ::testing::Test {
   fw::testing::ScriptedUI ui;
 };
 
+// Bytes that no compression shrinks, the same for the same seed.
+std::string RandomBytes(size_t n, unsigned seed);
 
 }  // namespace ostrel::test

@@ -10,6 +10,7 @@
 #include "fileutil/view_const.h"
 #include "payload/archives.h"
 #include "payload/zip/zip_opener.h"
+#include "support/forked_child.h"
 #include "support/utf8_locale.h"
 #include "unit/bundler/bundler_fixture.h"
 #include "unit/faults/faults_fixture.h"

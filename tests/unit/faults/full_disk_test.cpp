@@ -2,7 +2,6 @@
 // what it was working from stays as it was. The volumes are tmpfs mounts of
 // a few hundred KiB inside the sandbox.
 #include <filesystem>
-#include <random>
 #include <set>
 
 #include "bundler/bundle.h"
@@ -19,13 +18,6 @@ namespace ostrel::test {
 namespace {
 
 const std::string kNoSpace = std::strerror(ENOSPC);
-
-std::string RandomBytes(size_t n, unsigned seed) {
-  std::mt19937 gen(seed);
-  std::string s(n, '\0');
-  for (auto& c : s) c = static_cast<char>(gen());
-  return s;
-}
 
 bool Mentions(const std::string& text, const std::string& what) { return text.find(what) != std::string::npos; }
 

@@ -4,10 +4,6 @@
 // that an operation wrote nothing where it had no business.
 #pragma once
 
-#include <sys/types.h>
-
-#include <functional>
-#include <map>
 #include <string>
 #include <vector>
 
@@ -60,12 +56,5 @@ class HardeningTest : public SandboxTest {
  private:
   Snapshot outside_;
 };
-
-// Runs `body` in a forked child that the alarm kills after `seconds`, and
-// whose resident memory may grow by `megabytes` at most. The body answers
-// an empty text when all went well, else what went wrong (the first 4 KiB
-// reach the caller). Answers an empty text when the body did so within
-// both bounds, else what went wrong.
-std::string RunBounded(int seconds, long megabytes, const std::function<std::string()>& body);
 
 }  // namespace ostrel::test
