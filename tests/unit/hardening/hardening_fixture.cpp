@@ -66,6 +66,7 @@ void HardeningTest::TearDown() {
 
 Outcome HardeningTest::Expand(const std::string& zipBytes, Route route) {
   Outcome outcome;
+  outcome.route = route;
   if (route == Route::ZipFileToFolder) {
     WriteFile(At("archives/hostile.zip"), zipBytes);
     outcome.ok = ViewConst::ZipFileToFolder(At("archives/hostile.zip"), Dest(), false);
@@ -129,15 +130,26 @@ void HardeningTest::ClearDest() {
   for (const auto& e : fs::directory_iterator(Dest())) ViewConst::DeleteFolderOrApp(e.path().string());
 }
 
-void HardeningTest::ExpectEachRefused(const std::vector<std::vector<RawEntry>>& archives) {
+void HardeningTest::EachWay(const std::vector<RawEntry>& entries, const std::function<void(const Outcome&)>& check) {
   for (const Route route : {Route::ZipFileToFolder, Route::Opener}) {
-    for (size_t i = 0; i < archives.size(); ++i) {
-      SCOPED_TRACE(std::string(RouteName(route)) + ", archive " + std::to_string(i));
-      EXPECT_FALSE(Expand(BuildRawZip(archives[i]), route).ok);
-      EXPECT_TRUE(OutsideUnchanged());
-      EXPECT_TRUE(DestHoldsOnlySafeItems());
+    for (const bool withLink : {false, true}) {
+      SCOPED_TRACE(std::string(RouteName(route)) + (withLink ? ", with a link" : ", plain"));
+      std::vector<RawEntry> all = entries;
+      if (withLink) all.push_back(Link("zz-inward-link", "."));
+      check(Expand(BuildRawZip(all), route));
       ClearDest();
     }
+  }
+}
+
+void HardeningTest::ExpectEachRefused(const std::vector<std::vector<RawEntry>>& archives) {
+  for (size_t i = 0; i < archives.size(); ++i) {
+    SCOPED_TRACE("archive " + std::to_string(i));
+    EachWay(archives[i], [&](const Outcome& o) {
+      EXPECT_FALSE(o.ok);
+      EXPECT_TRUE(OutsideUnchanged());
+      EXPECT_TRUE(DestHoldsOnlySafeItems());
+    });
   }
 }
 
