@@ -12,7 +12,6 @@
 namespace ostrel::test {
 namespace {
 
-using bundler::BadInput;
 using bundler::BuildBundle;
 using ResourcesTest = BundlerTest;
 
@@ -39,36 +38,6 @@ TEST_F(ResourcesTest, ResourcesAndTheCleanupProgramTravelInTheBundle) {
 
   d.cleanup = 0;
   EXPECT_FALSE(fs::exists(BuildBundle(d, stub, At("out")) + "/Contents/Resources/Data3"));
-}
-
-TEST_F(ResourcesTest, WhatCannotWorkIsRefusedBeforeAnythingIsWritten) {
-  WriteFile(At("resources/Data2"), "x");
-  WriteFile(At("resources/twice/After.app"), "x");
-  const std::pair<std::function<void(bundler::SetupDescription&)>, std::string> cases[] = {
-      {[&](auto& d) { d.resources.push_back(At("resources/Data2")); }, "the bundle's own Data2"},
-      {[&](auto& d) { d.resources.push_back(At("resources/missing")); }, "no resource file or folder"},
-      {[&](auto& d) { d.resources.push_back(At("resources/twice/After.app")); }, "two resources are named After.app"},
-      {[&](auto& d) { d.executeBefore = "Check"; }, "execute_before names \"Check\""},
-      {[&](auto& d) { d.cleanupProgram = At("nowhere"); }, "needs the clean-up program"},
-      {[&](auto& d) { d.postInstallActions = "delete=a|"; }, "stray \"|\""},
-      {[&](auto& d) { d.postInstallActions = "shell=FOO=1 tool"; }, "second \"=\""},
-      {[&](auto& d) { d.postInstallActions = "createfolder="; }, "needs a key"},
-      {[&](auto& d) { d.postInstallActions = "preinstallcopy=/a/b"; }, "source;destination"},
-      {[&](auto& d) { d.postInstallActions = "DELETE=UserAccount//"; }, "whole home folder"},
-      {[&](auto& d) { d.postInstallActions = "docs=[UserAccount/Docs"; }, "without its \"]\""},
-      {[&](auto& d) { d.postInstallActions = "docs=[/a]{/b"; }, "without its \"}\""},
-  };
-  for (const auto& [change, why] : cases) {
-    auto d = FullDescription();
-    change(d);
-    try {
-      BuildBundle(d, stub, At("out"));
-      ADD_FAILURE() << "built although " << why;
-    } catch (const BadInput& e) {
-      EXPECT_NE(std::string(e.what()).find(why), std::string::npos) << e.what();
-    }
-    EXPECT_FALSE(fs::exists(At("out/Demo Setup.app")));
-  }
 }
 
 TEST_F(ResourcesTest, TheDescriptionNamesResourcesAndTheCleanupProgram) {

@@ -92,27 +92,6 @@ TEST_F(InstallFlowTest, TheAgreementFollowsAcceptedNotesAndCanBeDeclined) {
   EXPECT_FALSE(WentOn());
 }
 
-TEST_F(InstallFlowTest, CustomLabelsNameTheDocumentsAndTheirButtons) {
-  window->fLabels.assign(27, "");
-  window->fLabels[1] = "Stop";
-  window->fLabels[4] = "Fine";
-  window->fLabels[5] = "Yes";
-  window->fLabels[7] = "Terms";
-  window->fLabels[25] = "Read me";
-  window->fPreInstallNotes = "notes";
-  window->fAgreement = "terms";
-  ui.answers = {ScriptedUI::PressDefault(), ScriptedUI::PressDefault()};
-  Press();
-  ASSERT_EQ(ui.modals.size(), 2u);
-  EXPECT_EQ(ui.modals[0].title, "Read me");
-  EXPECT_EQ(ui.modals[0].Get("OKBtn").caption, "Fine");
-  EXPECT_EQ(ui.modals[0].Get("QuitBtn").caption, "Stop");
-  EXPECT_EQ(ui.modals[1].title, "Terms");
-  EXPECT_EQ(ui.modals[1].Get("OKBtn").caption, "Yes");
-  EXPECT_EQ(ui.modals[1].Get("QuitBtn").caption, "Stop");
-  EXPECT_TRUE(WentOn());
-}
-
 TEST_F(InstallFlowTest, WithNeitherNotesNorAgreementThePressGoesStraightOn) {
   Press();
   EXPECT_TRUE(ui.modals.empty());
