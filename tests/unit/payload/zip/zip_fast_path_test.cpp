@@ -8,7 +8,6 @@
 
 #include <filesystem>
 
-#include "core/ostrel_stub_window.h"
 #include "payload/archives.h"
 #include "payload/zip/zip_opener.h"
 #include "support/raw_zip.h"
@@ -235,25 +234,6 @@ TEST_F(PayloadZipFastPathTest, TruncatedOrMisplacedDataFailsCleanly) {
     EXPECT_NE(r.error.find(e.name), std::string::npos) << r.error;
     EXPECT_TRUE(NothingWritten());
   }
-}
-
-TEST_F(PayloadZipFastPathTest, TheWaitingWindowFollowsTheFastPathAndKeepsItsRefusal) {
-  RegisterZipOpener();
-  OstrelStubWindow window;
-  WriteFile(At("Good.zip"), BuildRawZip({Packed("App/a", std::string(200000, 'a')), Packed("App/b", "b")}));
-  fw::Launch(At("Good.zip"), true);
-  window.ZipFileProcess(At("Good.zip"), fw::FolderItem(At("Good.zip")));
-  EXPECT_EQ(ReadFile(At("App/a")), std::string(200000, 'a'));
-  EXPECT_EQ(window.ProgressBar1.Value(), window.ProgressBar1.Maximum());
-  EXPECT_EQ(window.fExpansionError, "");
-
-  RawEntry bomb = File("first.txt", std::string(1000, 'a'));
-  bomb.claimedSize = bomb.claimedCompressedSize = 1100;
-  WriteFile(At("Bomb.zip"), BuildRawZip({bomb, File("second.txt", std::string(1000, 'b'))}));
-  fw::Launch(At("Bomb.zip"), true);
-  window.ZipFileProcess(At("Bomb.zip"), fw::FolderItem(At("Bomb.zip")));
-  EXPECT_EQ(window.fExpansionError.rfind("it is built to exhaust the disc", 0), 0u) << window.fExpansionError;
-  EXPECT_FALSE(fs::exists(At("first.txt")));
 }
 
 }  // namespace
