@@ -59,7 +59,7 @@ TEST_F(PayloadZipExpandTest, ExpandsFilesFoldersAndInwardLinksWithTheirContent) 
 }
 
 // Every entry is checked before any is written, and the reason names the
-// entry refused.
+// entry refused. (Devices are refused by name in the hostile suite.)
 TEST_F(PayloadZipExpandTest, AHostileEntryIsNamedAndNothingAtAllIsWritten) {
   const struct {
     const char* what;
@@ -77,7 +77,6 @@ TEST_F(PayloadZipExpandTest, AHostileEntryIsNamedAndNothingAtAllIsWritten) {
       {"a link out through an earlier one", {{"here", ".", Kind::Link}, {"up", "here/../outside", Kind::Link}}, "\"up\""},
       {"a file through an inward link", {{"real/", "", Kind::Folder, 0755}, {"alias", "real", Kind::Link}, {"alias/f", "x"}},
        "\"alias/f\""},
-      {"a device", {{"dev", "", Kind::CharDevice}}, "device"},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
