@@ -27,13 +27,8 @@ class ActionsGuiTest : public StubDriverTest {
     return "printf '%s' '" + text + "' | xclip -selection clipboard 2>/dev/null\n";
   }
   bundler::SetupDescription PlainSetup() {
-    bundler::SetupDescription d;
-    d.bundleName = "Gui Setup";
-    d.windowTitle = "Gui Setup Test";
-    d.targetFolder = "GuiApp";
-    d.payloadFolder = At("payload");
-    WriteFile(At("payload/readme.txt"), "read me");
-    return d;
+    WriteFile(At("payload-source/readme.txt"), "read me");
+    return TestSetup();
   }
   // Waits until `path` is gone; false when it is still there after `limit`.
   static bool GoneWithin(const std::string& path, milliseconds limit) {
@@ -77,9 +72,9 @@ TEST_F(ActionsGuiTest, ABeforeProgramThatAbortsEndsTheRunWithNothingInstalled) {
 TEST_F(ActionsGuiTest, EveryActionRunsInOrderAndTheSetupIsGoneAfterwards) {
   auto d = PlainSetup();
   const std::string home = At("home");
-  WriteFile(At("payload/setup.sh"), "touch '" + home + "/script-line-1'\r\ntouch '" + home + "/script-line-2'\r\n");
-  Script(At("payload/after.sh"), Say("OstrelWait") + "sleep 1\n" + Say("OstrelDone:Installed"));
-  WriteFile(At("payload/Docs/guide.txt"), "guide");
+  WriteFile(At("payload-source/setup.sh"), "touch '" + home + "/script-line-1'\r\ntouch '" + home + "/script-line-2'\r\n");
+  Script(At("payload-source/after.sh"), Say("OstrelWait") + "sleep 1\n" + Say("OstrelDone:Installed"));
+  WriteFile(At("payload-source/Docs/guide.txt"), "guide");
   WriteFile(At("target/GuiApp/old.txt"), "the earlier installation");
   WriteFile(At("home/Old.app/Contents/x"), "old");
   WriteFile(At("home/Trash.txt"), "trash");

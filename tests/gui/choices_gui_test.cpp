@@ -76,7 +76,7 @@ TEST_F(ChoicesGuiTest, AnEditionTwoOptionsOneDownloadedTheNotesAndTheUrl) {
   fs::copy(kExample + "/editions/professional", expected, copy);
   fs::copy(kExample + "/options/plugins", expected + "/Plugins", copy);
   fs::copy(kExample + "/options/samples", expected + "/Samples", copy);
-  EXPECT_EQ(CompareTrees(expected, At("target/WeatherStation")), "");
+  EXPECT_EQ(TreeDiff(expected, At("target/WeatherStation")), "");
   EXPECT_EQ(ReadFile(At("target/sentinel.txt")), "the user's");
   EXPECT_EQ(std::distance(fs::directory_iterator(At("target")), {}), 2);
   ASSERT_EQ(server.Requests().size(), 1u);

@@ -11,14 +11,12 @@
 #include "gui/stub_driver.h"
 #include "payload/archives.h"
 #include "support/small_volumes.h"
-#include "support/snapshot.h"
 #include "support/zip_fixture.h"
 
 namespace ostrel::test {
 namespace {
 
-
-class DataLossGuiTest : public StubDriverTest {
+class DataLossGuiTest : public WithSmallVolumes<StubDriverTest> {
  protected:
   void SetUp() override {
     StubDriverTest::SetUp();
@@ -27,19 +25,6 @@ class DataLossGuiTest : public StubDriverTest {
                                  "target/GuiApp/old.txt", "target/GuiApp/bin/tool"})
       WriteFile(At(sentinel), std::string("the user's own ") + sentinel);
     bundler::MakeDemoPayload(At("payload-source"), 20);
-  }
-  void TearDown() override {
-    volumes_.UnmountAll();
-    StubDriverTest::TearDown();
-  }
-
-  bundler::SetupDescription Description() {
-    bundler::SetupDescription d;
-    d.bundleName = "Loss Setup";
-    d.windowTitle = "Data Loss Test";
-    d.targetFolder = "GuiApp";
-    d.payloadFolder = At("payload-source");
-    return d;
   }
   // Everything the user has; what the stub and the test make for themselves is left out.
   Snapshot UsersFiles(const std::vector<std::string>& also = {}) const {
@@ -50,12 +35,10 @@ class DataLossGuiTest : public StubDriverTest {
   }
   // Presses Install; the folder chooser gets `folder` when it comes.
   void Install(const std::string& folder) {
-    const std::string main = Expect("^Data Loss Test$", "main-window");
+    const std::string main = Expect("^Gui Setup Test$", "main-window");
     x->Click(main, kInstallX, kMainButtonsY);
     if (!folder.empty()) ChooseFolder(folder);
   }
-
-  SmallVolumes volumes_;
 };
 
 TEST_F(DataLossGuiTest, ACarelessTargetNameChangesNothing) {
@@ -67,7 +50,7 @@ TEST_F(DataLossGuiTest, ACarelessTargetNameChangesNothing) {
                {std::string("Gui\0App", 7), false}};
   for (const auto& c : cases) {
     SCOPED_TRACE("\"" + c.name + "\"" + (c.applicationFolder ? " in Applications" : ""));
-    auto d = Description();
+    auto d = TestSetup();
     d.applicationFolder = c.applicationFolder;
     BuildAndStart(d);
     SetTextField(7, c.name);
@@ -80,7 +63,7 @@ TEST_F(DataLossGuiTest, ACarelessTargetNameChangesNothing) {
 
 TEST_F(DataLossGuiTest, APayloadBesideTheTargetIsRefusedAndTheEarlierInstallationKept) {
   const Snapshot before = UsersFiles();
-  BuildAndStart(Description());
+  BuildAndStart(TestSetup());
   WriteZip(Data2Path(), {{"GuiApp/new.txt", "new"}, {"Projects/plan.txt", "overwritten"}, {"mine.txt", "gone"}});
   ViewConst::EncryptDecryptFileEnd(Data2Path(), true);
   Install(At("target"));
@@ -92,10 +75,10 @@ TEST_F(DataLossGuiTest, APayloadBesideTheTargetIsRefusedAndTheEarlierInstallatio
 TEST_F(DataLossGuiTest, TheUsersOwnArchiveOfTheTargetsNameStays) {
   fs::remove_all(At("target/GuiApp"));
   const Snapshot before = UsersFiles({"target/GuiApp"});
-  BuildAndStart(Description());
+  BuildAndStart(TestSetup());
   Install(At("target"));
   EXPECT_EQ(Finish(), 0);
-  EXPECT_EQ(CompareTrees(At("payload-source"), At("target/GuiApp")), "");
+  EXPECT_EQ(TreeDiff(At("payload-source"), At("target/GuiApp")), "");
   EXPECT_EQ(SnapshotDiff(before, UsersFiles({"target/GuiApp"})), "");
 }
 
@@ -103,7 +86,7 @@ TEST_F(DataLossGuiTest, ABadPayloadKeepsTheEarlierInstallation) {
   const Snapshot before = UsersFiles();
   for (const std::string bad : {"damaged", "empty", "missing"}) {
     SCOPED_TRACE(bad);
-    BuildAndStart(Description());
+    BuildAndStart(TestSetup());
     const std::string bytes = ReadFile(Data2Path());
     if (bad == "damaged") WriteFile(Data2Path(), bytes.substr(0, bytes.size() / 2));
     if (bad == "empty") WriteFile(Data2Path(), "");
@@ -116,13 +99,11 @@ TEST_F(DataLossGuiTest, ABadPayloadKeepsTheEarlierInstallation) {
 }
 
 TEST_F(DataLossGuiTest, APayloadTooLargeForTheVolumeKeepsTheEarlierInstallation) {
-  const int e = volumes_.Mount(At("volume"), 1024);
-  if (e == EPERM || e == EACCES) GTEST_SKIP() << "mounting a tmpfs is not permitted here";
-  ASSERT_EQ(e, 0);
+  if (!Mounted(At("volume"), 1024)) return;
   WriteFile(At("volume/GuiApp/old.txt"), "the earlier installation");
   WriteFile(At("volume/mine.txt"), "the user's own file");
   const Snapshot before = UsersFiles();
-  BuildAndStart(Description());
+  BuildAndStart(TestSetup());
   ASSERT_GT(fs::file_size(Data2Path()), 1024u * 1024);
   Install(At("volume"));
   AnswerMessage("too-large");
@@ -132,7 +113,7 @@ TEST_F(DataLossGuiTest, APayloadTooLargeForTheVolumeKeepsTheEarlierInstallation)
 
 TEST_F(DataLossGuiTest, EscapeDeclinesTheReplaceQuestionAndCtrlQQuits) {
   const Snapshot before = UsersFiles();
-  auto d = Description();
+  auto d = TestSetup();
   d.promptToReplace = true;
   BuildAndStart(d);
   Install(At("target"));
@@ -142,12 +123,12 @@ TEST_F(DataLossGuiTest, EscapeDeclinesTheReplaceQuestionAndCtrlQQuits) {
   EXPECT_EQ(SnapshotDiff(before, UsersFiles()), "");
 
   BuildAndStart(d);
-  x->Key(Expect("^Data Loss Test$", "main-window"), "ctrl+q");
+  x->Key(Expect("^Gui Setup Test$", "main-window"), "ctrl+q");
   EXPECT_EQ(Finish(), 0);
 }
 
 TEST_F(DataLossGuiTest, AHugeWindowTitleIsCutAndTheRunEndsWithZero) {
-  auto d = Description();
+  auto d = TestSetup();
   d.windowTitle = "Huge Title " + std::string(16 << 20, 'x');
   BuildAndStart(d);
   const std::string main = Expect("^Huge Title x", "main-window");

@@ -11,7 +11,6 @@
 #include "bundler/bundle.h"
 #include "bundler/demo_payload.h"
 #include "gui/stub_driver.h"
-#include "support/tree_snapshot.h"
 
 namespace ostrel::test {
 namespace {
@@ -96,7 +95,7 @@ TEST_F(SplitPatchGuiTest, ASplitSetupRelocatesJoinsItsThreePiecesAndInstallsByte
   EXPECT_EQ(Finish(), 0);  // the first process hands over and ends
   ChooseFolder(At("target"));  // asked by the copy
   EXPECT_TRUE(WaitForTheCopyToEnd());
-  EXPECT_EQ(CompareTrees(At("payload-source"), At("target/GuiApp")), "");
+  EXPECT_EQ(TreeDiff(At("payload-source"), At("target/GuiApp")), "");
   EXPECT_EQ(ReadFile(At("target/sentinel.txt")), "beside the installation\n");
   EXPECT_EQ(std::distance(fs::directory_iterator(At("target")), {}), 2);  // no archive left
 }
@@ -131,7 +130,7 @@ TEST_F(SplitPatchGuiTest, ADamagedPieceIsNamedAndAskedForAgain) {
   WriteFile(At("dist/Data#2"), good);  // the user puts in a good disc
   x->Click(prompt, kYesX, kPromptButtonsY);
   EXPECT_TRUE(WaitForTheCopyToEnd());
-  EXPECT_EQ(CompareTrees(At("payload-source"), At("target/GuiApp")), "");
+  EXPECT_EQ(TreeDiff(At("payload-source"), At("target/GuiApp")), "");
 }
 
 }  // namespace

@@ -2,9 +2,6 @@
 
 #include <sys/stat.h>
 
-#include <algorithm>
-#include <fstream>
-#include <sstream>
 #include <vector>
 
 #include "bundler/bundle.h"
@@ -104,56 +101,6 @@ void StubDriverTest::SetTextField(int field, const std::string& value) {
 void StubDriverTest::AnswerMessage(const std::string& shotName) {
   const std::string box = Expect("^Install$", shotName);
   if (!box.empty()) x->Key(box, "Return");
-}
-
-namespace {
-
-struct Entry {
-  std::string kind;  // "file", "dir", "link"
-  std::string detail;
-};
-
-void Walk(const fs::path& root, const fs::path& dir, std::map<std::string, Entry>& out) {
-  std::vector<fs::path> children;
-  for (auto& e : fs::directory_iterator(dir)) children.push_back(e.path());
-  std::sort(children.begin(), children.end());
-  for (auto& p : children) {
-    const std::string rel = fs::relative(p, root).string();
-    const auto st = fs::symlink_status(p);
-    if (fs::is_symlink(st)) {
-      out[rel] = {"link", fs::read_symlink(p).string()};
-    } else if (fs::is_directory(st)) {
-      out[rel] = {"dir", ""};
-      Walk(root, p, out);
-    } else {
-      std::ifstream in(p, std::ios::binary);
-      std::ostringstream bytes;
-      bytes << in.rdbuf();
-      out[rel] = {"file", bytes.str()};
-    }
-  }
-}
-
-}  // namespace
-
-std::string CompareTrees(const std::string& expected, const std::string& actual) {
-  std::map<std::string, Entry> a, b;
-  if (!fs::is_directory(expected)) return "no folder " + expected;
-  if (!fs::is_directory(actual)) return "no folder " + actual;
-  Walk(expected, expected, a);
-  Walk(actual, actual, b);
-  for (auto& [name, e] : a) {
-    auto it = b.find(name);
-    if (it == b.end()) return "missing: " + name;
-    if (it->second.kind != e.kind) return "kind differs: " + name;
-    if (e.kind == "file" && it->second.detail.size() != e.detail.size())
-      return "size differs: " + name + " (" + std::to_string(it->second.detail.size()) + " for " +
-             std::to_string(e.detail.size()) + ")";
-    if (it->second.detail != e.detail) return "content differs: " + name;
-  }
-  for (auto& [name, e] : b)
-    if (!a.count(name)) return "unexpected: " + name;
-  return {};
 }
 
 }  // namespace ostrel::test

@@ -9,6 +9,7 @@
 
 #include "bundler/setup_description.h"
 #include "support/sandbox.h"
+#include "support/snapshot.h"
 #include "support/x_session.h"
 
 namespace ostrel::test {
@@ -47,9 +48,5 @@ class StubDriverTest : public SandboxTest {
   std::string shotDir;
   int shots = 0;
 };
-
-// Compares two trees entry by entry: kinds, sizes, bytes and link targets.
-// Answers an empty text when equal, else the first difference.
-std::string CompareTrees(const std::string& expected, const std::string& actual);
 
 }  // namespace ostrel::test

@@ -10,9 +10,13 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
+#include <fstream>
 #include <vector>
 
 namespace ostrel::test {
@@ -84,6 +88,13 @@ bool ForbidNewProcesses() {
   return prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 && prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &fprog) == 0;
 }
 
+long MemoryKb(const char* field) {
+  std::ifstream status("/proc/self/status");
+  for (std::string line; std::getline(status, line);)
+    if (line.rfind(field, 0) == 0) return std::strtol(line.c_str() + std::strlen(field), nullptr, 10);
+  return -1;
+}
+
 }  // namespace
 
 pid_t StartChild(const ChildLimits& limits, const std::function<int()>& body) {
@@ -120,6 +131,43 @@ ChildEnd WaitForChild(pid_t pid) {
 
 ChildEnd RunInChild(const ChildLimits& limits, const std::function<int()>& body) {
   return WaitForChild(StartChild(limits, body));
+}
+
+std::string RunBounded(int seconds, long megabytes, const std::function<std::string()>& body) {
+  int told[2];
+  if (pipe(told) != 0) return "no pipe for the child";
+  const pid_t pid = StartChild({}, [&] {
+    close(told[0]);
+    alarm(static_cast<unsigned>(seconds));
+    // Resets the peak so that only this body's growth counts.
+    std::ofstream("/proc/self/clear_refs") << "5";
+    const long before = MemoryKb("VmRSS:");
+    const std::string why = body();
+    if (before >= 0 && MemoryKb("VmHWM:") - before > megabytes * 1024) return 2;
+    if (why.empty()) return 0;
+    // Far less than a pipe holds: the write cannot block.
+    [[maybe_unused]] const ssize_t n = write(told[1], why.data(), std::min<size_t>(why.size(), 4096));
+    return 1;
+  });
+  close(told[1]);
+  std::string why;
+  char buffer[4096];
+  for (ssize_t n; pid > 0 && (n = read(told[0], buffer, sizeof buffer)) != 0;)
+    if (n > 0) why.append(buffer, static_cast<size_t>(n));
+    else if (errno != EINTR) break;
+  close(told[0]);
+  const ChildEnd end = WaitForChild(pid);
+  if (pid <= 0 || (!end.exited && end.signal == 0)) return "the child could not be run";
+  if (!end.exited)
+    return end.signal == SIGALRM ? "it ran past " + std::to_string(seconds) + " s"
+                                 : "it died of signal " + std::to_string(end.signal);
+  switch (end.code) {
+    case 0: return {};
+    case 1: return "its result was wrong: " + why;
+    case 2: return "its memory grew past " + std::to_string(megabytes) + " MB";
+    case 99: return "it threw";
+    default: return "it exited with " + std::to_string(end.code);
+  }
 }
 
 }  // namespace ostrel::test

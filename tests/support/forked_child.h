@@ -5,6 +5,7 @@
 #include <sys/types.h>
 
 #include <functional>
+#include <string>
 
 namespace ostrel::test {
 
@@ -30,5 +31,12 @@ ChildEnd RunInChild(const ChildLimits& limits, const std::function<int()>& body)
 // (stops or kills it): the child's id, or -1, and later how it ended.
 pid_t StartChild(const ChildLimits& limits, const std::function<int()>& body);
 ChildEnd WaitForChild(pid_t pid);
+
+// Runs `body` in a child that an alarm kills after `seconds`, and whose
+// resident memory may grow by `megabytes` at most. The body answers an
+// empty text when all went well, else what went wrong (the first 4 KiB
+// reach the caller). Empty when the body did so within both bounds, else
+// what went wrong.
+std::string RunBounded(int seconds, long megabytes, const std::function<std::string()>& body);
 
 }  // namespace ostrel::test

@@ -6,9 +6,11 @@
 
 #include <cstdlib>
 #include <fstream>
+#include <random>
 #include <sstream>
 
 #include "core/ostrel_stub_window.h"
+#include "payload/zip/zip_opener.h"
 
 namespace ostrel::test {
 
@@ -31,6 +33,9 @@ void SandboxTest::SetUp() {
 }
 
 void SandboxTest::TearDown() {
+  // Expansions a test started end before their folders go.
+  WaitForZipExpansions();
+  fw::RegisterOpener(".zip", nullptr);
   fw::Install(nullptr, nullptr);
   fw::testing::RemoveScratchTree(root);
 }
@@ -45,6 +50,13 @@ std::string SandboxTest::ReadFile(const std::string& path) const {
   std::ostringstream s;
   s << in.rdbuf();
   return s.str();
+}
+
+std::string RandomBytes(size_t n, unsigned seed) {
+  std::mt19937 gen(seed);
+  std::string s(n, '\0');
+  for (auto& c : s) c = static_cast<char>(gen());
+  return s;
 }
 
 }  // namespace ostrel::test

@@ -1,6 +1,8 @@
 // Every test runs in a sandbox of its own: a fresh folder on the disc with
 // the special folders inside it, the virtual platform and the scripted UI
-// installed, and the module globals set as the application sets them.
+// installed, and the module globals set as the application sets them. A
+// test may register the zip opener; its expansions are waited for and the
+// opener is gone again after the test.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -35,5 +37,7 @@ class SandboxTest : public ::testing::Test {
   fw::testing::ScriptedUI ui;
 };
 
+// Bytes that no compression shrinks, the same for the same seed.
+std::string RandomBytes(size_t n, unsigned seed);
 
 }  // namespace ostrel::test

@@ -31,6 +31,24 @@ std::string Describe(const fs::path& p) {
 
 }  // namespace
 
+Tree TreeOf(const std::string& folder) {
+  Tree tree;
+  std::error_code ec;
+  if (!fs::is_directory(fs::symlink_status(folder, ec))) return tree;
+  for (auto it = fs::recursive_directory_iterator(folder, ec); it != fs::recursive_directory_iterator(); ++it) {
+    const std::string rel = it->path().lexically_relative(folder).string();
+    if (it->is_symlink()) {
+      tree[rel] = "-> " + fs::read_symlink(it->path()).string();
+    } else if (it->is_directory()) {
+      tree[rel] = "<dir>";
+    } else {
+      std::ifstream in(it->path(), std::ios::binary);
+      tree[rel].assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    }
+  }
+  return tree;
+}
+
 Snapshot TakeSnapshot(const std::string& root, const std::vector<std::string>& skip) {
   Snapshot s;
   std::error_code ec;
@@ -56,6 +74,12 @@ std::string SnapshotDiff(const Snapshot& was, const Snapshot& now) {
   for (const auto& [path, what] : was)
     if (!now.count(path)) diff += "  gone: " + path + "\n";
   return diff;
+}
+
+std::string TreeDiff(const std::string& expected, const std::string& actual) {
+  for (const auto& folder : {expected, actual})
+    if (!fs::is_directory(folder)) return "no folder " + folder;
+  return SnapshotDiff(TakeSnapshot(expected), TakeSnapshot(actual));
 }
 
 }  // namespace ostrel::test

@@ -124,17 +124,6 @@ std::optional<std::string> XSession::FindWindow(const std::string& titleRegex, m
   return std::nullopt;
 }
 
-bool XSession::WaitWindowGone(const std::string& id, milliseconds timeout) {
-  const auto end = steady_clock::now() + timeout;
-  do {
-    std::string out;
-    Xdotool({"search", "--onlyvisible", "--name", "."}, &out);
-    if (out.find(id) == std::string::npos) return true;
-    std::this_thread::sleep_for(milliseconds(100));
-  } while (steady_clock::now() < end);
-  return false;
-}
-
 std::string XSession::WindowTitle(const std::string& id) {
   std::string out;
   Xdotool({"getwindowname", id}, &out);

@@ -30,7 +30,6 @@ class XSession {
   // The id of a visible window whose title matches the regular expression.
   std::optional<std::string> FindWindow(const std::string& titleRegex,
                                         std::chrono::milliseconds timeout = std::chrono::seconds(20));
-  bool WaitWindowGone(const std::string& id, std::chrono::milliseconds timeout = std::chrono::seconds(20));
   std::string WindowTitle(const std::string& id);
   // Width and height of the window's inside.
   std::pair<int, int> WindowSize(const std::string& id);

@@ -13,6 +13,8 @@ namespace ostrel::test {
 namespace {
 
 const std::string kContact = "Install Error\n\nContact Publisher";
+const char* const kSentinels[] = {"home/keep.txt", "home/Desktop/keep.txt", "target/keep.txt", "out/keep.txt",
+                                  "shared/keep.txt"};
 
 class ActionWalkTest : public SandboxTest {
  protected:
@@ -22,12 +24,10 @@ class ActionWalkTest : public SandboxTest {
     WriteFile(At("target/App/readme.txt"), "read me");
     WriteFile(At("target/App/Docs/guide.txt"), "guide");
     WriteFile(At("target/App/Docs/sub/more.txt"), "more");
-    for (const char* s : {"home/keep.txt", "home/Desktop/keep.txt", "target/keep.txt", "out/keep.txt", "shared/keep.txt"})
-      WriteFile(At(s), "sentinel");
+    for (const char* s : kSentinels) WriteFile(At(s), "sentinel");
   }
   void TearDown() override {
-    for (const char* s : {"home/keep.txt", "home/Desktop/keep.txt", "target/keep.txt", "out/keep.txt", "shared/keep.txt"})
-      EXPECT_EQ(ReadFile(At(s)), "sentinel") << s;
+    for (const char* s : kSentinels) EXPECT_EQ(ReadFile(At(s)), "sentinel") << s;
     EXPECT_EQ(ReadFile(At("target/App/readme.txt")), "read me");
     SandboxTest::TearDown();
   }

@@ -2,11 +2,9 @@
 // the temporary folder, its one-line instruction, and its start.
 #include <gtest/gtest.h>
 
-#include "payload/archives.h"
-#include "payload/manifest.h"
 #include "framework/testing/scratch_tree.h"
+#include "payload/manifest.h"
 #include "unit/core/core_fixture.h"
-#include "support/zip_fixture.h"
 
 namespace ostrel::test {
 namespace {
@@ -14,11 +12,8 @@ namespace {
 class CleanupTest : public CoreTest {
  protected:
   void WriteData3() {
-    const std::string data3 = Resources() + "/Data3";
-    fs::create_directories(Resources());
-    WriteZip(data3, {{"Contents/", "", ZipEntry::Folder, 0755},
-                     {"Contents/MacOS/PostInstallCleanup", "#!/bin/sh\n", ZipEntry::File, 0755}});
-    ViewConst::EncryptDecryptFileEnd(data3, true);
+    WriteScrambledZip("Data3", {{"Contents/", "", ZipEntry::Folder, 0755},
+                                {"Contents/MacOS/PostInstallCleanup", "#!/bin/sh\n", ZipEntry::File, 0755}});
   }
   std::string Temp(const std::string& name) const { return At("tmp/" + name); }
 };

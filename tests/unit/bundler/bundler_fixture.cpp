@@ -1,37 +1,12 @@
 #include "unit/bundler/bundler_fixture.h"
 
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <filesystem>
-#include <fstream>
 
 #include "core/pixel_pictures.h"
 
 namespace ostrel::test {
-
-Tree ReadTree(const std::string& root) {
-  Tree tree;
-  for (const auto& e : fs::recursive_directory_iterator(root)) {
-    const std::string rel = e.path().lexically_relative(root).string();
-    struct stat st;
-    lstat(e.path().c_str(), &st);
-    TreeItem item;
-    item.mode = static_cast<int>(st.st_mode & 07777);
-    if (S_ISLNK(st.st_mode)) {
-      item.kind = TreeItem::Link;
-      item.content = fs::read_symlink(e.path()).string();
-      item.mode = 0;  // a link's own bits mean nothing on Linux
-    } else if (S_ISDIR(st.st_mode)) {
-      item.kind = TreeItem::Folder;
-    } else {
-      std::ifstream in(e.path(), std::ios::binary);
-      item.content.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-    }
-    tree[rel] = item;
-  }
-  return tree;
-}
 
 void BundlerTest::SetUp() {
   SandboxTest::SetUp();

@@ -5,26 +5,14 @@
 #include <QColor>
 #include <QImage>
 
-#include <map>
 #include <string>
 #include <vector>
 
 #include "bundler/setup_description.h"
 #include "support/sandbox.h"
+#include "support/snapshot.h"
 
 namespace ostrel::test {
-
-// One item of a tree on the disc, by its path relative to the tree's root.
-struct TreeItem {
-  enum Kind { File, Folder, Link } kind = File;
-  std::string content;  // a file's bytes or a link's target
-  int mode = 0;         // permission bits; 0: not checked
-  bool operator==(const TreeItem&) const = default;
-};
-using Tree = std::map<std::string, TreeItem>;
-
-// Every item below `root`, links not followed.
-Tree ReadTree(const std::string& root);
 
 class BundlerTest : public SandboxTest {
  protected:

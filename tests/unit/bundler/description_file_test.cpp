@@ -135,16 +135,5 @@ TEST_F(DescriptionFileTest, RequiredKeysAndOnePayload) {
   EXPECT_EQ(errorOf("name = A\ntarget = A\npayload_generate = demo:300\n"), "");
 }
 
-TEST_F(DescriptionFileTest, TheDemoDescriptionReads) {
-  const auto d = bundler::ReadDescriptionFile(DemoDescriptionPath());
-  EXPECT_EQ(d.targetFolder, "DemoApp");
-  EXPECT_EQ(d.generatedPayloadFiles, 300);
-  EXPECT_TRUE(d.agreement.html);
-  EXPECT_FALSE(d.preInstallNotes.html);
-  EXPECT_FALSE(d.applicationFolder);
-  EXPECT_TRUE(d.promptToReplace);
-  EXPECT_FALSE(d.logo.pngPath.empty());
-}
-
 }  // namespace
 }  // namespace ostrel::test

@@ -2,7 +2,6 @@
 // and from a URL, then the release notes and the completion URL.
 #include <gtest/gtest.h>
 
-#include <random>
 
 #include "framework/sha256.h"
 #include "unit/http/http_fixture.h"
@@ -12,15 +11,6 @@ namespace ostrel::test {
 namespace {
 
 using fw::testing::ScriptedUI;
-
-// Bytes that no compression shrinks, so that a small archive passes the
-// download's 10000-byte rule.
-std::string Noise(size_t n) {
-  std::mt19937 g(static_cast<unsigned>(n));
-  std::string s(n, '\0');
-  for (auto& c : s) c = static_cast<char>(g());
-  return s;
-}
 
 class ExpandChoicesTest : public HttpTest {
  protected:
@@ -107,7 +97,8 @@ TEST_F(ExpandChoicesTest, FailuresAreToldAndTheRestGoesOn) {
 }
 
 TEST_F(ExpandChoicesTest, AnOptionFromAUrl) {
-  WriteZip(At("served.zip"), {{"big.bin", Noise(20000)}, {"sub/", "", ZipEntry::Folder, 0755}, {"sub/s.txt", "s"}});
+  // Bytes that no compression shrinks: the archive passes the download's 10000-byte rule.
+  WriteZip(At("served.zip"), {{"big.bin", RandomBytes(20000, 1)}, {"sub/", "", ZipEntry::Folder, 0755}, {"sub/s.txt", "s"}});
   const std::string served = ReadFile(At("served.zip"));
   server.Route("/get/pack.zip", {.body = served});
   server.Route("/get/short.zip", {.body = served.substr(0, 9999)});

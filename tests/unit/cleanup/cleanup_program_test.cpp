@@ -16,6 +16,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
+const char* const kSentinels[] = {"keep.txt", "home/keep.txt", "other/keep.txt", "tmp/keep.txt"};
+
 class CleanupProgramTest : public SandboxTest {
  protected:
   void SetUp() override {
@@ -26,11 +28,10 @@ class CleanupProgramTest : public SandboxTest {
     MakeSetup("dl/Setup.app");
     WriteFile(At("dl/readme.txt"), "came with the setup");
     kept = {At("home"), At("home/Downloads")};
-    for (const char* s : {"keep.txt", "home/keep.txt", "other/keep.txt", "tmp/keep.txt"}) WriteFile(At(s), "sentinel");
+    for (const char* s : kSentinels) WriteFile(At(s), "sentinel");
   }
   void TearDown() override {
-    for (const char* s : {"keep.txt", "home/keep.txt", "other/keep.txt", "tmp/keep.txt"})
-      EXPECT_EQ(ReadFile(At(s)), "sentinel") << s;
+    for (const char* s : kSentinels) EXPECT_EQ(ReadFile(At(s)), "sentinel") << s;
     SandboxTest::TearDown();
   }
   void MakeSetup(const std::string& bundle) {

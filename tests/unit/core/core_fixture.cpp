@@ -26,6 +26,12 @@ void CoreTest::WriteRecord(const SetupRecord& record) {
   if (!record.text.empty()) WriteTextData(record.TextData());
 }
 
+void CoreTest::WriteScrambledZip(const std::string& name, const std::vector<ZipEntry>& entries) const {
+  fs::create_directories(Resources());
+  WriteZip(Resources() + "/" + name, entries);
+  ViewConst::EncryptDecryptFileEnd(Resources() + "/" + name, true);
+}
+
 SetupRecord PlainRecord() {
   SetupRecord r;
   r.data = {{1, "20240101"}, {12, ""}};

@@ -1,13 +1,16 @@
-// A sandboxed installer bundle with a setup record written the way the
-// authoring tool writes it, and the main window that reads it.
+// A sandboxed installer bundle with a setup record and archives written the
+// way the authoring tool writes them, and the main window that reads them.
 #pragma once
 
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "core/ostrel_stub_window.h"
+#include "payload/archives.h"
 #include "support/sandbox.h"
+#include "support/zip_fixture.h"
 
 namespace ostrel::test {
 
@@ -30,6 +33,9 @@ class CoreTest : public SandboxTest {
   void WriteRecord(const SetupRecord& record);
   void WriteRawData(const std::string& bytes) const { WriteFile(Resources() + "/Data", bytes); }
   void WriteTextData(const std::string& text) const { WriteFile(Resources() + "/TextData", text); }
+  // Writes the entries as a zip archive in Resources, scrambled over its
+  // whole length as the bundle carries Data2 and Data3.
+  void WriteScrambledZip(const std::string& name, const std::vector<ZipEntry>& entries) const;
 
   // Runs the window's open event as the application does; the exit code when it quit.
   std::optional<int> Open() { return Run([&] { window->Event_Open(); }); }

@@ -4,10 +4,8 @@
 #include <filesystem>
 
 #include "framework/own_files.h"
-#include "payload/archives.h"
 #include "payload/zip/zip_opener.h"
 #include "unit/core/core_fixture.h"
-#include "support/zip_fixture.h"
 
 namespace ostrel::test {
 namespace {
@@ -22,15 +20,8 @@ class CoreCustomLabelsTest : public CoreTest {
     for (int i = 0; i <= 26; ++i) labels += (i ? "|L" : "L") + std::to_string(i);
     record.data = {{1, "20240101"}, {7, "1"}, {12, ""}};
     record.text = {{1, "terms"}, {2, "Welcome"}, {5, "About"}, {6, labels}, {7, "MyApp"}, {27, "notes"}, {30, "0"}};
-    fs::create_directories(Resources());
-    WriteZip(Resources() + "/Data2", {{"MyApp/a.txt", "a"}});
-    ViewConst::EncryptDecryptFileEnd(Resources() + "/Data2", true);
+    WriteScrambledZip("Data2", {{"MyApp/a.txt", "a"}});
     RegisterZipOpener();
-  }
-  void TearDown() override {
-    WaitForZipExpansions();
-    fw::RegisterOpener(".zip", nullptr);
-    CoreTest::TearDown();
   }
   // Whether the working archive of a run is there in `folder`.
   bool ArchiveBeingWritten(const std::string& folder) const {

@@ -92,27 +92,6 @@ TEST_F(InstallFlowTest, TheAgreementFollowsAcceptedNotesAndCanBeDeclined) {
   EXPECT_FALSE(WentOn());
 }
 
-TEST_F(InstallFlowTest, CustomLabelsNameTheDocumentsAndTheirButtons) {
-  window->fLabels.assign(27, "");
-  window->fLabels[1] = "Stop";
-  window->fLabels[4] = "Fine";
-  window->fLabels[5] = "Yes";
-  window->fLabels[7] = "Terms";
-  window->fLabels[25] = "Read me";
-  window->fPreInstallNotes = "notes";
-  window->fAgreement = "terms";
-  ui.answers = {ScriptedUI::PressDefault(), ScriptedUI::PressDefault()};
-  Press();
-  ASSERT_EQ(ui.modals.size(), 2u);
-  EXPECT_EQ(ui.modals[0].title, "Read me");
-  EXPECT_EQ(ui.modals[0].Get("OKBtn").caption, "Fine");
-  EXPECT_EQ(ui.modals[0].Get("QuitBtn").caption, "Stop");
-  EXPECT_EQ(ui.modals[1].title, "Terms");
-  EXPECT_EQ(ui.modals[1].Get("OKBtn").caption, "Yes");
-  EXPECT_EQ(ui.modals[1].Get("QuitBtn").caption, "Stop");
-  EXPECT_TRUE(WentOn());
-}
-
 TEST_F(InstallFlowTest, WithNeitherNotesNorAgreementThePressGoesStraightOn) {
   Press();
   EXPECT_TRUE(ui.modals.empty());
@@ -145,10 +124,10 @@ TEST_F(InstallFlowTest, InfoShowsOneButtonAndTheWindowGoesOnWaiting) {
 
 // --- The folder chooser.
 
+// Its custom captions are in custom_labels_test.cpp.
 TEST_F(InstallFlowTest, TheChooserStartsAtTheGivenFolderWithItsCaptions) {
   ui.folderAnswers = {std::nullopt, std::nullopt};
   EXPECT_EQ(window->SelectTargetFolder(At("home"), false), At("home"));
-  window->fLabels = {"", "", "", "Back", "", "", "", "", "", "", "", "", "", "", "Where?", "Here"};
   EXPECT_EQ(window->SelectTargetFolder("relative/path", true), "");
 
   ASSERT_EQ(ui.folderDialogs.size(), 2u);
@@ -156,9 +135,6 @@ TEST_F(InstallFlowTest, TheChooserStartsAtTheGivenFolderWithItsCaptions) {
   EXPECT_EQ(ui.folderDialogs[0].actionCaption, "Select");
   EXPECT_EQ(ui.folderDialogs[0].cancelCaption, "Cancel");
   EXPECT_EQ(ui.folderDialogs[0].initialDirectory, At("home"));
-  EXPECT_EQ(ui.folderDialogs[1].title, "Where?");
-  EXPECT_EQ(ui.folderDialogs[1].actionCaption, "Here");
-  EXPECT_EQ(ui.folderDialogs[1].cancelCaption, "Back");
   // A path that does not resolve starts where the installer lies.
   EXPECT_EQ(ui.folderDialogs[1].initialDirectory, root.string());
 }

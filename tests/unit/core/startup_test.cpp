@@ -32,12 +32,17 @@ TEST_F(StartupTest, AnInstallerInsideTheTemporaryFolderOnlyAsksToBeDragged) {
   EXPECT_EQ(platform.broughtToFront, 0);
 }
 
-TEST_F(StartupTest, AWritableApplicationsFolderPassesAndKeepsNoProbe) {
+TEST_F(StartupTest, AWritableApplicationsFolderPassesAndKeepsNoProbeButSomeoneElses) {
   WriteRecord(PlainRecord());
   EXPECT_EQ(Open(), std::nullopt);  // the window waits
   EXPECT_TRUE(ui.messages.empty());
   EXPECT_EQ(platform.broughtToFront, 1);
   EXPECT_FALSE(fs::exists(At("home/Applications/X.txt")));
+
+  WriteFile(At("home/Applications/X.txt"), "mine");
+  window = std::make_unique<OstrelStubWindow>();
+  EXPECT_EQ(Open(), std::nullopt);
+  EXPECT_EQ(ReadFile(At("home/Applications/X.txt")), "mine");
 }
 
 TEST_F(StartupTest, AnUnwritableApplicationsFolderNeedsAnAdministrator) {
@@ -60,13 +65,6 @@ TEST_F(StartupTest, AnUnreachableApplicationsFolderNeedsAnAdministrator) {
   EXPECT_EQ(Open(), 0);
   EXPECT_EQ(ui.messages, std::vector<std::string>{kAdminMessage});
   EXPECT_EQ(window->fMessage, "");
-}
-
-TEST_F(StartupTest, SomeoneElsesProbeFileIsLeftAlone) {
-  WriteRecord(PlainRecord());
-  WriteFile(At("home/Applications/X.txt"), "mine");
-  EXPECT_EQ(Open(), std::nullopt);
-  EXPECT_EQ(ReadFile(At("home/Applications/X.txt")), "mine");
 }
 
 TEST_F(StartupTest, NoRecordEndsInInstallationFailed) {

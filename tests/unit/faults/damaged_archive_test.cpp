@@ -10,7 +10,6 @@
 #include "payload/zip/zip_expand.h"
 #include "unit/faults/faults_fixture.h"
 #include "unit/hardening/hardening_fixture.h"
-#include "unit/hardening/raw_zip.h"
 
 namespace ostrel::test {
 namespace {
@@ -21,16 +20,12 @@ std::vector<RawEntry> Entries(bool withLink) {
   for (auto& c : noise) c = static_cast<char>(gen());
   std::string text;
   for (int i = 0; text.size() < 20000; ++i) text += "line " + std::to_string(i) + " of a text that compresses\n";
-  auto deflated = [](RawEntry e) {
-    e.deflate = true;
-    return e;
-  };
   std::vector<RawEntry> entries = {Folder("App/"),
                                    File("App/readme.txt", "Read me.\n"),
-                                   deflated(File("App/text.txt", text)),
-                                   deflated(File("App/noise.bin", noise)),
+                                   Packed("App/text.txt", text),
+                                   Packed("App/noise.bin", noise),
                                    Folder("App/sub/"),
-                                   deflated(File("App/sub/deep/part.bin", noise.substr(0, 3000))),
+                                   Packed("App/sub/deep/part.bin", noise.substr(0, 3000)),
                                    File("App/bin/tool", "#!/bin/sh\n", 0100755),
                                    File("App/empty", "")};
   if (withLink) entries.push_back(Link("App/link", "readme.txt"));  // the general way for the whole archive

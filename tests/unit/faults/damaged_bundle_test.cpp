@@ -10,6 +10,7 @@
 #include "fileutil/view_const.h"
 #include "payload/archives.h"
 #include "payload/zip/zip_opener.h"
+#include "support/forked_child.h"
 #include "support/utf8_locale.h"
 #include "unit/bundler/bundler_fixture.h"
 #include "unit/faults/faults_fixture.h"
@@ -38,23 +39,11 @@ std::string PictureTrouble(const char* name, const std::shared_ptr<const fw::Pic
   return {};
 }
 
-// Kinds and contents of a tree, modes aside.
-std::map<std::string, std::string> Contents(const std::string& root) {
-  std::map<std::string, std::string> out;
-  for (const auto& [path, item] : ReadTree(root)) out[path] = std::to_string(item.kind) + ":" + item.content;
-  return out;
-}
-
 class FaultDamagedBundleTest : public BundlerTest {
  protected:
   void SetUp() override {
     BundlerTest::SetUp();
     RegisterZipOpener();
-  }
-  void TearDown() override {
-    WaitForZipExpansions();
-    fw::RegisterOpener(".zip", nullptr);
-    BundlerTest::TearDown();
   }
 
   void Build(bundler::SetupDescription d) {
@@ -154,20 +143,19 @@ TEST_F(FaultDamagedBundleTest, ACutPayloadIsReportedAndTheEarlierInstallationKep
       WriteFile(resources + "Data2", cut.bytes);
       ui.messages.clear();
       const std::string installed = At("home/Applications/DemoApp");
-      using Tree = std::map<std::string, std::string>;
-      const Tree before = fs::exists(installed) ? Contents(installed) : Tree{};
+      const Tree before = TreeOf(installed);
       auto window = ReadyToInstall();
       window->ExpandFolder();
       // Either the reader made sense of all there was, or the user is told
       // and has what they had.
       if (ui.messages.empty()) {
-        EXPECT_EQ(Contents(installed), Contents(payload));
+        EXPECT_EQ(TreeOf(installed), TreeOf(payload));
       } else {
         EXPECT_EQ(ui.messages.size(), 1u);
         EXPECT_TRUE(window->fInstallationFailed);
         EXPECT_NE(ui.messages[0].find("The archive DemoApp.zip could not be expanded: "), std::string::npos)
             << ui.messages[0];
-        EXPECT_EQ(fs::exists(installed) ? Contents(installed) : Tree{}, before);
+        EXPECT_EQ(TreeOf(installed), before);
       }
       for (const auto& e : fs::directory_iterator(At("home/Applications")))
         EXPECT_EQ(e.path().filename(), "DemoApp") << "left beside the target";

@@ -56,14 +56,4 @@ std::unique_ptr<OstrelStubWindow> ReadyToInstall() {
   return window;
 }
 
-std::string Slurp(const std::string& path) {
-  std::ifstream in(path, std::ios::binary | std::ios::ate);
-  if (!in) return {};
-  std::string bytes(static_cast<size_t>(in.tellg()), '\0');
-  in.seekg(0);
-  in.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-  bytes.resize(static_cast<size_t>(in.gcount()));
-  return bytes;
-}
-
 }  // namespace ostrel::test

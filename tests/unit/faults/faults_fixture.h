@@ -40,7 +40,4 @@ size_t FindInScrambled(const std::string& scrambled, const std::string& needle);
 // replacing, no after-program.
 std::unique_ptr<OstrelStubWindow> ReadyToInstall();
 
-// Reads a whole file at once, large ones too; empty when it cannot be read.
-std::string Slurp(const std::string& path);
-
 }  // namespace ostrel::test

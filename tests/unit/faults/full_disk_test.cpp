@@ -2,7 +2,6 @@
 // what it was working from stays as it was. The volumes are tmpfs mounts of
 // a few hundred KiB inside the sandbox.
 #include <filesystem>
-#include <random>
 #include <set>
 
 #include "bundler/bundle.h"
@@ -14,19 +13,11 @@
 #include "unit/bundler/bundler_fixture.h"
 #include "unit/faults/faults_fixture.h"
 #include "unit/hardening/hardening_fixture.h"
-#include "unit/hardening/raw_zip.h"
 
 namespace ostrel::test {
 namespace {
 
 const std::string kNoSpace = std::strerror(ENOSPC);
-
-std::string RandomBytes(size_t n, unsigned seed) {
-  std::mt19937 gen(seed);
-  std::string s(n, '\0');
-  for (auto& c : s) c = static_cast<char>(gen());
-  return s;
-}
 
 bool Mentions(const std::string& text, const std::string& what) { return text.find(what) != std::string::npos; }
 
@@ -83,23 +74,18 @@ class FaultFullDestinationTest : public WithSmallVolumes<HardeningTest> {};
 
 TEST_F(FaultFullDestinationTest, AnArchiveLargerThanTheRoomFailsClearlyByEveryRoad) {
   if (!Mounted(Dest(), 2048)) return;
-  auto deflated = [](std::string name, std::string content) {
-    RawEntry e = File(std::move(name), std::move(content));
-    e.deflate = true;
-    return e;
-  };
   const std::string zeros(1 << 20, '\0');
   std::vector<RawEntry> many;  // little content, but a page of room each
-  for (int i = 0; i < 700; ++i) many.push_back(deflated("App/f" + std::to_string(i), "x"));
+  for (int i = 0; i < 700; ++i) many.push_back(Packed("App/f" + std::to_string(i), "x"));
   const struct {
     const char* what;
     std::vector<RawEntry> entries;
   } archives[] = {
-      {"more content than room", {deflated("App/a", zeros), deflated("App/b", zeros), deflated("App/c", zeros)}},
+      {"more content than room", {Packed("App/a", zeros), Packed("App/b", zeros), Packed("App/c", zeros)}},
       {"more files than room", many},
       // A link sends the archive the general way.
-      {"the general expander", {Link("App/link", "a"), deflated("App/a", zeros), deflated("App/b", zeros),
-                                deflated("App/c", zeros)}},
+      {"the general expander", {Link("App/link", "a"), Packed("App/a", zeros), Packed("App/b", zeros),
+                                Packed("App/c", zeros)}},
   };
   for (const auto& archive : archives) {
     for (Route route : {Route::ZipFileToFolder, Route::Opener}) {
@@ -131,11 +117,6 @@ class FaultFullTargetTest : public WithSmallVolumes<BundlerTest> {
     WriteFile(bundle + "/Contents/Resources/after.sh", "#!/bin/sh\n");
     platform.executablePath = bundle + "/Contents/MacOS/Setup";
     RegisterZipOpener();
-  }
-  void TearDown() override {
-    WaitForZipExpansions();
-    fw::RegisterOpener(".zip", nullptr);
-    WithSmallVolumes<BundlerTest>::TearDown();
   }
   std::string bundle;
 };

@@ -8,7 +8,6 @@
 #include <sys/stat.h>
 
 #include <chrono>
-#include <cstring>
 #include <filesystem>
 #include <map>
 #include <random>
@@ -20,7 +19,6 @@
 #include "payload/byte_step.h"
 #include "support/forked_child.h"
 #include "support/sandbox.h"
-#include "unit/faults/faults_fixture.h"
 
 namespace ostrel::test {
 namespace {
@@ -38,14 +36,8 @@ class FaultKilledUnscrambleTest : public SandboxTest {
   void SetUp() override {
     SandboxTest::SetUp();
     path = At("box/payload");
-    std::mt19937_64 gen(20240601);
-    std::string bytes(kSize, '\0');
-    for (size_t i = 0; i < kSize; i += 8) {
-      const uint64_t r = gen();
-      std::memcpy(&bytes[i], &r, 8);
-    }
-    WriteFile(path, bytes);
-    current = std::move(bytes);
+    current = RandomBytes(kSize, 20240601);
+    WriteFile(path, current);
   }
 
   // With a size limit, the system kills the child the moment a file it
@@ -74,7 +66,7 @@ class FaultKilledUnscrambleTest : public SandboxTest {
   void CheckRound(const std::string& context, const std::map<std::string, uintmax_t>& before) {
     SCOPED_TRACE(context);
     const std::string next = Unscrambled(current);
-    std::string now = Slurp(path);
+    std::string now = ReadFile(path);
     const bool old = now == current, renewed = now == next;
     EXPECT_TRUE(old || renewed) << "the payload holds " << now.size() << " bytes that are neither";
     (renewed ? newRounds : oldRounds)++;
@@ -100,7 +92,7 @@ TEST_F(FaultKilledUnscrambleTest, AKillAtAnyMomentLeavesTheOldBytesOrTheNew) {
   const auto full = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start);
   ASSERT_TRUE(whole.exited && whole.code == 0);
   current = Unscrambled(std::move(current));
-  ASSERT_TRUE(Slurp(path) == current);
+  ASSERT_TRUE(ReadFile(path) == current);
 
   // Kills at random moments across the whole run, its start and its rename too.
   std::mt19937 gen(7);
@@ -130,7 +122,7 @@ TEST_F(FaultKilledUnscrambleTest, AKillAtAnyMomentLeavesTheOldBytesOrTheNew) {
   // adds none of its own.
   const auto before = Beside();
   ViewConst::EncryptDecryptFileEnd(path, false);
-  EXPECT_TRUE(Slurp(path) == Unscrambled(current));
+  EXPECT_TRUE(ReadFile(path) == Unscrambled(current));
   for (const auto& [name, size] : Beside()) EXPECT_TRUE(before.count(name)) << name << " was left by the later run";
 }
 

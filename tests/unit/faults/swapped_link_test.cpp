@@ -15,7 +15,7 @@
 
 #include "fileutil/view_const.h"
 #include "support/sandbox.h"
-#include "unit/hardening/hardening_fixture.h"
+#include "support/snapshot.h"
 
 namespace ostrel::test {
 namespace {

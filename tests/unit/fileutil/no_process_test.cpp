@@ -1,5 +1,6 @@
 // Removal and permission changes are system calls: a child that is killed the
-// moment it starts a process still gets the whole job done.
+// moment it starts a process, and that permission bits bind (root too),
+// still gets the whole job done on a read-only tree.
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/stat.h>
@@ -58,6 +59,7 @@ TEST_F(FileutilNoProcess, DeleteAndFullAccessStartNoProcess) {
   chmod(top.c_str(), 0500);
 
   const auto end = RunInChild({.noPermissionOverride = true, .noNewProcesses = true}, [&] {
+    if (unlink((top + "/Contents/MacOS/tool").c_str()) == 0) return 4;  // the tree must really be locked
     struct stat st;
     ViewConst::AllUsersFullAccess(top + "/loose");
     if (stat((top + "/loose").c_str(), &st) != 0 || (st.st_mode & 0777) != 0777) return 1;

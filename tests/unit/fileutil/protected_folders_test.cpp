@@ -7,13 +7,12 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 
 #include "fileutil/view_const.h"
 #include "framework/posix/posix_platform.h"
 #include "framework/protected_folders.h"
 #include "support/sandbox.h"
-#include "unit/faults/faults_fixture.h"
+#include "support/small_volumes.h"
 
 namespace {
 
@@ -114,25 +113,21 @@ TEST_F(ProtectedFolders, AMountPointStandsAndSoDoesWhatIsMountedInsideATree) {
 
 // The real platform reads the standard folders from the user-dirs file, and
 // keeps the usual names as well.
-TEST(PosixKeptFolders, StandardFoldersComeFromTheUserDirsFile) {
+using PosixKeptFolders = SandboxTest;
+
+TEST_F(PosixKeptFolders, StandardFoldersComeFromTheUserDirsFile) {
   const std::string home = "/nonexistent-home-for-test";
   const char* oldHome = getenv("HOME");
   const char* oldConfig = getenv("XDG_CONFIG_HOME");
   const std::string savedHome = oldHome ? oldHome : "", savedConfig = oldConfig ? oldConfig : "";
-  char tmpl[] = "/tmp/ostrel-userdirs-XXXXXX";
-  ASSERT_NE(mkdtemp(tmpl), nullptr);
-  const std::string config = tmpl;
-  {
-    std::ofstream(config + "/user-dirs.dirs") << "# written by a test\n"
-                                                 "XDG_DOCUMENTS_DIR=\"$HOME/Papers\"\n"
-                                                 "XDG_DOWNLOAD_DIR=\"/srv/incoming\"\n";
-  }
+  WriteFile(At("config/user-dirs.dirs"), "# written by a test\n"
+                                         "XDG_DOCUMENTS_DIR=\"$HOME/Papers\"\n"
+                                         "XDG_DOWNLOAD_DIR=\"/srv/incoming\"\n");
   setenv("HOME", home.c_str(), 1);
-  setenv("XDG_CONFIG_HOME", config.c_str(), 1);
+  setenv("XDG_CONFIG_HOME", At("config").c_str(), 1);
   const std::vector<std::string> kept = fw::PosixPlatform().KeptFolders();
   oldHome ? setenv("HOME", savedHome.c_str(), 1) : unsetenv("HOME");
   oldConfig ? setenv("XDG_CONFIG_HOME", savedConfig.c_str(), 1) : unsetenv("XDG_CONFIG_HOME");
-  fs::remove_all(config);
 
   for (const std::string& expected :
        {home, home + "/Applications", home + "/Papers", home + "/Documents", std::string("/srv/incoming"),

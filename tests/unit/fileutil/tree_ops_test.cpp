@@ -1,18 +1,17 @@
-// Whole trees: removal that never leaves the tree, read-only trees, copies of
-// folders and files, and the permission change.
+// Whole trees: removal that never leaves the tree, copies of folders and
+// files, and the permission change. (A read-only tree's removal is in
+// no_process_test.cpp.)
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <filesystem>
 
 #include "fileutil/view_const.h"
-#include "support/forked_child.h"
 #include "support/sandbox.h"
 
 namespace {
 
 using namespace ViewConst;
-using ostrel::test::RunInChild;
 using ostrel::test::SandboxTest;
 namespace fs = std::filesystem;
 
@@ -53,20 +52,6 @@ TEST_F(FileutilTrees, DeleteRemovesLinksButNotTheirTargets) {
   DeleteFolderOrApp(At("single"));
   DeleteFolderOrApp("relative");
   EXPECT_FALSE(fs::exists(At("single")));
-}
-
-TEST_F(FileutilTrees, DeleteRemovesAReadOnlyTree) {
-  MakeTree(At("locked"));
-  for (auto& e : fs::recursive_directory_iterator(At("locked"))) chmod(e.path().c_str(), 0555);
-  chmod(At("locked").c_str(), 0555);
-  // In a child where permission bits bind, root included.
-  const auto end = RunInChild({.noPermissionOverride = true}, [&] {
-    if (unlink(At("locked/readme").c_str()) == 0) return 2;  // the tree must really be locked
-    DeleteFolderOrApp(At("locked"));
-    return fs::exists(At("locked")) ? 1 : 0;
-  });
-  EXPECT_TRUE(end.exited);
-  EXPECT_EQ(end.code, 0);
 }
 
 TEST_F(FileutilTrees, AllUsersFullAccessAddsRwxAndKeepsTheRest) {

@@ -4,59 +4,33 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
-#include <map>
 
-#include "core/ostrel_stub_window.h"
-#include "payload/archives.h"
 #include "payload/zip/zip_opener.h"
-#include "support/sandbox.h"
-#include "support/zip_fixture.h"
+#include "support/snapshot.h"
+#include "unit/core/core_fixture.h"
 
 namespace ostrel::test {
 namespace {
 
-using Tree = std::map<std::string, std::string>;  // relative path: content, or "-> target" for a link
-
-class PayloadExpandFolderTest : public SandboxTest {
+class PayloadExpandFolderTest : public CoreTest {
  protected:
   void SetUp() override {
-    SandboxTest::SetUp();
-    platform.executablePath = At("Setup.app/Contents/MacOS/Setup");
-    WriteFile(platform.executablePath, "stub");
+    CoreTest::SetUp();
     fs::create_directories(At("dest"));
     RegisterZipOpener();
-    window.fTargetFolder = "MyApp";
-  }
-  void TearDown() override {
-    WaitForZipExpansions();
-    fw::RegisterOpener(".zip", nullptr);
-    SandboxTest::TearDown();
+    window->fTargetFolder = "MyApp";
   }
 
-  // Packs the payload as the authoring tool does: a zip with the target as
-  // its one top-level folder, scrambled over its whole length.
+  // The payload as the authoring tool packs it: the target as the archive's
+  // one top-level folder, and a resource fork that is never installed.
   void WriteData2(const std::string& top = "MyApp") {
-    fs::create_directories(At("Setup.app/Contents/Resources"));
-    WriteZip(At("Setup.app/Contents/Resources/Data2"),
-             {{top + "/", "", ZipEntry::Folder, 0755},
-              {top + "/readme.txt", source.at("readme.txt")},
-              {top + "/bin/", "", ZipEntry::Folder, 0755},
-              {top + "/bin/tool", source.at("bin/tool"), ZipEntry::File, 0755},
-              {top + "/lib/data.bin", source.at("lib/data.bin")},
-              {top + "/lib/current", "data.bin", ZipEntry::Link}});
-    ViewConst::EncryptDecryptFileEnd(At("Setup.app/Contents/Resources/Data2"), true);
-  }
-
-  Tree Installed(const std::string& folder) const {
-    Tree tree;
-    for (auto& e : fs::recursive_directory_iterator(folder)) {
-      const std::string rel = e.path().lexically_relative(folder).string();
-      if (e.is_symlink())
-        tree[rel] = "-> " + fs::read_symlink(e.path()).string();
-      else if (e.is_regular_file())
-        tree[rel] = ReadFile(e.path().string());
-    }
-    return tree;
+    WriteScrambledZip("Data2", {{top + "/", "", ZipEntry::Folder, 0755},
+                                {"__MACOSX/" + top + "/._readme.txt", "fork"},
+                                {top + "/readme.txt", source.at("readme.txt")},
+                                {top + "/bin/", "", ZipEntry::Folder, 0755},
+                                {top + "/bin/tool", source.at("bin/tool"), ZipEntry::File, 0755},
+                                {top + "/lib/data.bin", source.at("lib/data.bin")},
+                                {top + "/lib/current", "data.bin", ZipEntry::Link}});
   }
 
   Tree Expected() const {
@@ -66,9 +40,10 @@ class PayloadExpandFolderTest : public SandboxTest {
   }
 
   Tree source = {{"readme.txt", "Read me.\n"},
+                 {"bin", "<dir>"},
                  {"bin/tool", "#!/bin/sh\necho tool\n"},
+                 {"lib", "<dir>"},
                  {"lib/data.bin", std::string("\x00\xFF\x01\xFE binary", 11) + std::string(3000, '\x7F')}};
-  OstrelStubWindow window;
 };
 
 TEST_F(PayloadExpandFolderTest, InstallsTheScrambledPayloadByteForByteOverAnOldTarget) {
@@ -76,29 +51,29 @@ TEST_F(PayloadExpandFolderTest, InstallsTheScrambledPayloadByteForByteOverAnOldT
   WriteFile(At("dest/MyApp.zip"), "the user's own archive, not the stub's");
   WriteFile(At("dest/MyApp/old.txt"), "replaced unasked, since no prompt is wanted");
   ui.folderAnswers.push_back(At("dest"));
-  window.ExpandFolder();
+  window->ExpandFolder();
 
-  EXPECT_EQ(window.fTargetFolder, At("dest/MyApp"));
-  EXPECT_EQ(Installed(At("dest/MyApp")), Expected());
+  EXPECT_EQ(window->fTargetFolder, At("dest/MyApp"));
+  EXPECT_EQ(TreeOf(At("dest/MyApp")), Expected());
   EXPECT_NE(fs::status(At("dest/MyApp/bin/tool")).permissions() & fs::perms::owner_exec, fs::perms::none);
-  EXPECT_EQ(Installed(At("dest")).size(), Expected().size() + 1);  // the user's archive, and nothing of ours
+  EXPECT_EQ(TreeOf(At("dest")).size(), Expected().size() + 2);  // the target, the user's archive, and nothing of ours
   EXPECT_EQ(ReadFile(At("dest/MyApp.zip")), "the user's own archive, not the stub's");
-  EXPECT_FALSE(window.fInstallationFailed);
+  EXPECT_FALSE(window->fInstallationFailed);
   EXPECT_TRUE(ui.messages.empty());
   EXPECT_TRUE(ui.modals.empty());
-  EXPECT_FALSE(window.InfoBtn.Visible());
-  EXPECT_TRUE(window.ProgressBar1.Visible());
-  EXPECT_EQ(window.MessageLabel.Text(), "Install in Progress...");
+  EXPECT_FALSE(window->InfoBtn.Visible());
+  EXPECT_TRUE(window->ProgressBar1.Visible());
+  EXPECT_EQ(window->MessageLabel.Text(), "Install in Progress...");
 }
 
 TEST_F(PayloadExpandFolderTest, AnExistingTargetIsReplacedOnceTheUserAgrees) {
   WriteData2();
   WriteFile(At("dest/MyApp/old.txt"), "from the last version");
-  window.fPromptToReplace = true;
-  window.fLabels = {"", "", "", "", "Replace"};
+  window->fPromptToReplace = true;
+  window->fLabels = {"", "", "", "", "Replace"};
   ui.folderAnswers.push_back(At("dest"));
   ui.answers.push_back(fw::testing::ScriptedUI::Press("OKBtn"));
-  window.ExpandFolder();
+  window->ExpandFolder();
 
   ASSERT_EQ(ui.modals.size(), 1u);
   const auto& asked = ui.modals[0];
@@ -108,81 +83,80 @@ TEST_F(PayloadExpandFolderTest, AnExistingTargetIsReplacedOnceTheUserAgrees) {
   EXPECT_EQ(asked.Get("ConfirmLabel3").caption, At("dest/MyApp"));
   EXPECT_EQ(asked.Get("OKBtn").caption, "Replace");
   EXPECT_EQ(asked.Get("CancelBtn").caption, "Cancel");
-  EXPECT_EQ(Installed(At("dest/MyApp")), Expected());
+  EXPECT_EQ(TreeOf(At("dest/MyApp")), Expected());
 }
 
 TEST_F(PayloadExpandFolderTest, DecliningTheReplacementLeavesEverythingAsItWas) {
   WriteData2();
   WriteFile(At("dest/MyApp/old.txt"), "from the last version");
-  window.fPromptToReplace = true;
+  window->fPromptToReplace = true;
   ui.folderAnswers.push_back(At("dest"));
   ui.answers.push_back(fw::testing::ScriptedUI::Press("CancelBtn"));
-  window.ExpandFolder();
+  window->ExpandFolder();
 
-  EXPECT_EQ(Installed(At("dest/MyApp")), (Tree{{"old.txt", "from the last version"}}));
+  EXPECT_EQ(TreeOf(At("dest/MyApp")), (Tree{{"old.txt", "from the last version"}}));
   EXPECT_FALSE(fs::exists(At("dest/MyApp.zip")));
-  EXPECT_EQ(window.fTargetFolder, At("dest/MyApp"));
+  EXPECT_EQ(window->fTargetFolder, At("dest/MyApp"));
   EXPECT_TRUE(ui.messages.empty());
 }
 
 TEST_F(PayloadExpandFolderTest, AMissingPayloadIsReportedAndTheRunEndsThere) {
-  fs::create_directories(At("Setup.app/Contents/Resources"));
-  WriteFile(At("Setup.app/Contents/Resources/after.sh"), "#!/bin/sh\n");
-  window.fExecuteAfterName = "after.sh";
-  window.fLabels.assign(14, "");
-  window.fLabels[13] = "Could not install";
+  WriteFile(Resources() + "/after.sh", "#!/bin/sh\n");
+  window->fExecuteAfterName = "after.sh";
+  window->fLabels.assign(14, "");
+  window->fLabels[13] = "Could not install";
   ui.folderAnswers.push_back(At("dest"));
-  window.ExpandFolder();
+  window->ExpandFolder();
 
   EXPECT_EQ(ui.messages, std::vector<std::string>{"Could not install\n\nThe setup's payload cannot be read (" +
                                                   std::string(std::strerror(ENOENT)) + ")."});
-  EXPECT_TRUE(window.fInstallationFailed);
+  EXPECT_TRUE(window->fInstallationFailed);
   EXPECT_TRUE(platform.launches.empty());  // no expansion, no after-program
   EXPECT_TRUE(fs::is_empty(At("dest")));
-  EXPECT_EQ(window.fTargetFolder, At("dest/MyApp"));
+  EXPECT_EQ(window->fTargetFolder, At("dest/MyApp"));
 }
 
 TEST_F(PayloadExpandFolderTest, APatchClearsAStalePatchFolderUnaskedAndKeepsTheInstallation) {
   WriteData2("MyAppPatch");
   WriteFile(At("dest/MyApp/old.txt"), "installed");
   WriteFile(At("dest/MyAppPatch/stale.txt"), "left over");
-  window.fInstallationPatch = true;
-  window.fPromptToReplace = true;
+  window->fInstallationPatch = true;
+  window->fPromptToReplace = true;
   ui.folderAnswers.push_back(At("dest"));
-  window.ExpandFolder();
+  window->ExpandFolder();
   EXPECT_TRUE(ui.modals.empty());
-  EXPECT_EQ(window.fTargetFolder, At("dest/MyAppPatch"));
+  EXPECT_EQ(window->fTargetFolder, At("dest/MyAppPatch"));
   // Applied and gone: the installation holds the patch's files beside its
   // own, nothing stale, and no link from the patch.
   EXPECT_FALSE(fs::exists(At("dest/MyAppPatch")));
   Tree patched = source;
   patched["old.txt"] = "installed";
-  EXPECT_EQ(Installed(At("dest/MyApp")), patched);
+  EXPECT_EQ(TreeOf(At("dest/MyApp")), patched);
   EXPECT_FALSE(fs::exists(At("dest/MyApp.zip")));
 }
 
 TEST_F(PayloadExpandFolderTest, TheAfterProgramInResourcesIsLaunchedAfterTheArchiveIsGone) {
   WriteData2();
-  WriteFile(At("Setup.app/Contents/Resources/after.sh"), "#!/bin/sh\n");
-  window.fExecuteAfterName = "after.sh";
+  WriteFile(Resources() + "/after.sh", "#!/bin/sh\n");
+  window->fExecuteAfterName = "after.sh";
   ui.folderAnswers.push_back(At("dest"));
-  window.ExpandFolder();
+  window->ExpandFolder();
   // Once by the archive's removal and once more for the wait on its answer.
   ASSERT_EQ(platform.launches.size(), 2u);
   for (const auto& launch : platform.launches) {
-    EXPECT_EQ(launch.path, At("Setup.app/Contents/Resources/after.sh"));
+    EXPECT_EQ(launch.path, Resources() + "/after.sh");
     EXPECT_TRUE(launch.activate);
   }
-  EXPECT_EQ(Installed(At("dest/MyApp")), Expected());
+  EXPECT_EQ(TreeOf(At("dest/MyApp")), Expected());
 }
 
 TEST_F(PayloadExpandFolderTest, TheApplicationsFolderIsUsedWithoutAsking) {
   WriteData2();
-  window.fApplicationFolder = true;
-  window.ExpandFolder();
+  window->fApplicationFolder = true;
+  window->ExpandFolder();
   EXPECT_TRUE(ui.folderDialogs.empty());
-  EXPECT_EQ(window.fTargetFolder, At("home/Applications/MyApp"));
-  EXPECT_EQ(Installed(At("home/Applications/MyApp")), Expected());
+  EXPECT_EQ(window->fTargetFolder, At("home/Applications/MyApp"));
+  EXPECT_EQ(TreeOf(At("home/Applications/MyApp")), Expected());
   EXPECT_FALSE(fs::exists(At("home/Applications/MyApp.zip")));
 }
 
@@ -190,12 +164,12 @@ TEST_F(PayloadExpandFolderTest, CancellingTheFolderChoiceTouchesNothing) {
   WriteData2();
   WriteFile(At("dest/MyApp/old.txt"), "kept");
   ui.folderAnswers.push_back(std::nullopt);
-  window.ExpandFolder();
-  EXPECT_EQ(window.fTargetFolder, "");
-  EXPECT_EQ(Installed(At("dest")), (Tree{{"MyApp/old.txt", "kept"}}));
+  window->ExpandFolder();
+  EXPECT_EQ(window->fTargetFolder, "");
+  EXPECT_EQ(TreeOf(At("dest")), (Tree{{"MyApp", "<dir>"}, {"MyApp/old.txt", "kept"}}));
   EXPECT_TRUE(platform.launches.empty());
   EXPECT_TRUE(ui.messages.empty());
-  EXPECT_FALSE(window.ProgressBar1.Visible());
+  EXPECT_FALSE(window->ProgressBar1.Visible());
 }
 
 }  // namespace

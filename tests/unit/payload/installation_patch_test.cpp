@@ -3,30 +3,24 @@
 // patch folder's removal. Sentinels lie beside the installation and outside.
 #include <filesystem>
 
-#include "core/ostrel_stub_window.h"
-#include "fileutil/view_const.h"
-#include "payload/archives.h"
 #include "payload/zip/zip_opener.h"
-#include "support/sandbox.h"
-#include "support/tree_snapshot.h"
-#include "support/zip_fixture.h"
+#include "support/snapshot.h"
+#include "unit/core/core_fixture.h"
 
 namespace ostrel::test {
 namespace {
 
-class InstallationPatchTest : public SandboxTest {
+class InstallationPatchTest : public CoreTest {
  protected:
   void SetUp() override {
-    SandboxTest::SetUp();
+    CoreTest::SetUp();
     WriteFile(At("dest/sentinel.txt"), "beside the installation");
     WriteFile(At("outside/keep.txt"), "outside");
     WriteFile(At("outside/dir/f"), "outside too");
-    window.fTargetFolder = At("dest/MyAppPatch");
+    window->fTargetFolder = At("dest/MyAppPatch");
   }
   void Put(const std::string& relative, const std::string& content = "") { WriteFile(At("dest/" + relative), content); }
   void Folder(const std::string& relative) { fs::create_directories(At("dest/" + relative)); }
-
-  OstrelStubWindow window;
 };
 
 TEST_F(InstallationPatchTest, EachKindOfItemDoesWhatItsRowSays) {
@@ -52,7 +46,7 @@ TEST_F(InstallationPatchTest, EachKindOfItemDoesWhatItsRowSays) {
   Put("MyAppPatch/secret.txt", "invisible items are passed over");
   Put("MyAppPatch/Folder/inner.txt", "a folder that replaces a file is not made");
 
-  window.ApplyInstallationPatch();
+  window->ApplyInstallationPatch();
   EXPECT_EQ(TreeOf(At("dest")), (Tree{{"sentinel.txt", "beside the installation"},
                                       {".hidden", "UserHidden\n"},
                                       {"MyApp", "<dir>"},
@@ -82,7 +76,7 @@ TEST_F(InstallationPatchTest, NamesAndLinksThatLeadOutOfTheInstallationArePassed
   fs::create_symlink(At("outside/keep.txt"), At("dest/MyAppPatch/stolen.txt"));
   const Tree outside = TreeOf(At("outside"));
 
-  window.ApplyInstallationPatch();
+  window->ApplyInstallationPatch();
   EXPECT_EQ(TreeOf(At("outside")), outside);
   EXPECT_EQ(TreeOf(At("dest")), (Tree{{"sentinel.txt", "beside the installation"},
                                       {"MyApp", "<dir>"},
@@ -93,9 +87,9 @@ TEST_F(InstallationPatchTest, NamesAndLinksThatLeadOutOfTheInstallationArePassed
 
 TEST_F(InstallationPatchTest, NoPatchFolderOrOneNotNamedLikeItChangesNothing) {
   Put("MyApp/keep.txt", "kept");
-  window.ApplyInstallationPatch();
-  window.fTargetFolder = At("dest/MyApp");  // an installation is never walked or removed as a patch
-  window.ApplyInstallationPatch();
+  window->ApplyInstallationPatch();
+  window->fTargetFolder = At("dest/MyApp");  // an installation is never walked or removed as a patch
+  window->ApplyInstallationPatch();
   const std::string notFound = "Patch Not Found\n\nPatch folder not created at specified location.";
   EXPECT_EQ(ui.messages, (std::vector<std::string>{notFound, notFound}));
   EXPECT_EQ(TreeOf(At("dest")), (Tree{{"sentinel.txt", "beside the installation"},
@@ -107,7 +101,7 @@ TEST_F(InstallationPatchTest, AFolderThatCannotGoIsLeftHiddenAfterABoundedTime) 
   Put("MyApp/keep.txt", "kept");
   Put("MyAppPatch/new.txt", "new");
   platform.keptFolders.push_back(At("dest/MyAppPatch"));  // refused by the file layer
-  window.ApplyInstallationPatch();
+  window->ApplyInstallationPatch();
   EXPECT_EQ(ReadFile(At("dest/MyApp/new.txt")), "new");
   EXPECT_TRUE(fs::exists(At("dest/MyAppPatch/new.txt")));
   EXPECT_GE(platform.ticks, 30 * 60);
@@ -117,20 +111,15 @@ TEST_F(InstallationPatchTest, AFolderThatCannotGoIsLeftHiddenAfterABoundedTime) 
 
 TEST_F(InstallationPatchTest, AnArchiveThatDoesNotCarryThePatchFolderPatchesNothing) {
   RegisterZipOpener();
-  platform.executablePath = At("Setup.app/Contents/MacOS/Setup");
-  WriteFile(platform.executablePath, "stub");
-  fs::create_directories(At("Setup.app/Contents/Resources"));
-  WriteZip(At("Setup.app/Contents/Resources/Data2"),
-           {{"Elsewhere/", "", ZipEntry::Folder, 0755}, {"Elsewhere/tool", "version 2"}, {"Elsewhere/old.txt*Delete*", ""}});
-  ViewConst::EncryptDecryptFileEnd(At("Setup.app/Contents/Resources/Data2"), true);
+  WriteScrambledZip("Data2", {{"Elsewhere/", "", ZipEntry::Folder, 0755},
+                              {"Elsewhere/tool", "version 2"},
+                              {"Elsewhere/old.txt*Delete*", ""}});
   Put("MyApp/tool", "version 1");
   Put("MyApp/old.txt", "kept");
-  window.fInstallationPatch = true;
-  window.fTargetFolder = "MyApp";
+  window->fInstallationPatch = true;
+  window->fTargetFolder = "MyApp";
   ui.folderAnswers.push_back(At("dest"));
-  window.ExpandFolder();
-  WaitForZipExpansions();
-  fw::RegisterOpener(".zip", nullptr);
+  window->ExpandFolder();
   EXPECT_FALSE(ui.messages.empty());
   EXPECT_EQ(TreeOf(At("dest/MyApp")), (Tree{{"tool", "version 1"}, {"old.txt", "kept"}}));
   EXPECT_EQ(ReadFile(At("dest/sentinel.txt")), "beside the installation");

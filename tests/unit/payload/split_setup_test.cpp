@@ -3,10 +3,9 @@
 // cannot be read or do not match the bundle's manifest.
 #include <filesystem>
 
-#include "core/ostrel_stub_window.h"
 #include "framework/sha256.h"
 #include "payload/manifest.h"
-#include "support/sandbox.h"
+#include "unit/core/core_fixture.h"
 
 namespace ostrel::test {
 namespace {
@@ -15,12 +14,10 @@ using fw::testing::ScriptedUI;
 
 const char* const kPrompt = "Insert next CD.  When you see the CD icon, click YES to continue or NO to quit.";
 
-class SplitSetupTest : public SandboxTest {
+class SplitSetupTest : public CoreTest {
  protected:
   void SetUp() override {
-    SandboxTest::SetUp();
-    platform.executablePath = At("Setup.app/Contents/MacOS/Setup");
-    WriteFile(platform.executablePath, "stub");
+    CoreTest::SetUp();
     fs::create_directories(At("disc"));
     fs::create_directories(At("dest"));
     archive = At("dest/MyApp.zip");
@@ -33,7 +30,6 @@ class SplitSetupTest : public SandboxTest {
     WriteFile(Resources() + "/Data#1", pieces[0]);
   }
 
-  std::string Resources() const { return At("Setup.app/Contents/Resources"); }
   static std::string Name(size_t k) { return k == 4 ? "Data#End" : "Data#" + std::to_string(k + 1); }
   // Lays piece k (0 for Data#1) into the source folder, by its name.
   void Lay(size_t k) { WriteFile(At("disc/" + Name(k)), pieces[k]); }
@@ -66,7 +62,7 @@ class SplitSetupTest : public SandboxTest {
                                          << " expected" << (actual.size() == expected.size() ? ", which differ" : "");
   }
   std::optional<int> Combine() {
-    return Run([&] { window.CombineSplitSetup(Resources() + "/Data#1", archive); });
+    return Run([&] { window->CombineSplitSetup(Resources() + "/Data#1", archive); });
   }
   size_t Prompts() const {
     size_t n = 0;
@@ -79,7 +75,6 @@ class SplitSetupTest : public SandboxTest {
 
   std::vector<std::string> pieces;
   std::string archive;
-  OstrelStubWindow window;
 };
 
 TEST_F(SplitSetupTest, PiecesFromDiscsJoinInOrderWithOneEjectionAfterEach) {
@@ -99,7 +94,7 @@ TEST_F(SplitSetupTest, WithoutDiscsAndWithAllPiecesThereNothingIsAsked) {
   EXPECT_TRUE(Holds({0, 4}));  // the first piece and the last alone
   EXPECT_TRUE(ui.modals.empty());
   EXPECT_TRUE(platform.ejected.empty());
-  EXPECT_EQ(window.ProgressBar1.Value(), static_cast<int64_t>(Joined({0, 4}).size()));
+  EXPECT_EQ(window->ProgressBar1.Value(), static_cast<int64_t>(Joined({0, 4}).size()));
 }
 
 TEST_F(SplitSetupTest, AMissingPieceIsAskedForUntilItIsThereAndNeverSkipped) {
@@ -169,12 +164,12 @@ TEST_F(SplitSetupTest, ADamagedData2IsNamedAndNotUsed) {
   WriteFile(Resources() + "/Manifest", PayloadManifest::Line({"Data2", 9, fw::Sha256OfFile(Resources() + "/Data2")}));
   EXPECT_TRUE(PayloadFileIsIntact(Resources() + "/Data2"));
   WriteFile(Resources() + "/Data2", "a paYload");
-  window.fTargetFolder = "MyApp";
+  window->fTargetFolder = "MyApp";
   ui.folderAnswers.push_back(At("dest"));
-  window.ExpandFolder();
+  window->ExpandFolder();
   ASSERT_EQ(ui.messages.size(), 1u);
   EXPECT_EQ(ui.messages[0], "Installation Failed\n\nThe file Data2 is damaged: its checksum does not match.");
-  EXPECT_TRUE(window.fInstallationFailed);
+  EXPECT_TRUE(window->fInstallationFailed);
   EXPECT_FALSE(fs::exists(At("dest/MyApp")));
   EXPECT_FALSE(fs::exists(At("dest/MyApp.zip")));
 }

@@ -1,41 +1,35 @@
 // Nothing of the user's is lost when a setup is careless or its payload bad:
 // a target name that is not one plain name, an archive of another shape, a
-// payload that cannot be read, a run killed half-way. Sentinel files lie
-// around the chosen folder, in the applications folder and in the home
-// folder, and an earlier installation is there to be replaced.
+// payload that cannot be read, a run killed half-way, a target that cannot
+// be moved aside. Sentinel files lie around the chosen folder, in the
+// applications folder and in the home folder, and an earlier installation is
+// there to be replaced.
 #include <signal.h>
 
 #include <filesystem>
 
-#include "core/ostrel_stub_window.h"
 #include "framework/own_files.h"
-#include "payload/archives.h"
+#include "payload/expansion_wait.h"
 #include "payload/zip/zip_opener.h"
 #include "support/forked_child.h"
-#include "unit/hardening/hardening_fixture.h"
-#include "support/zip_fixture.h"
+#include "support/small_volumes.h"
+#include "support/snapshot.h"
+#include "unit/core/core_fixture.h"
 
 namespace ostrel::test {
 namespace {
 
 using fw::testing::ScriptedUI;
 
-class PayloadStagedReplaceTest : public SandboxTest {
+class PayloadStagedReplaceTest : public CoreTest {
  protected:
   void SetUp() override {
-    SandboxTest::SetUp();
-    platform.executablePath = At("Setup.app/Contents/MacOS/Setup");
-    WriteFile(platform.executablePath, "stub");
+    CoreTest::SetUp();
     for (const char* sentinel : {"dest/mine.txt", "dest/MyApp.zip", "dest/Projects/plan.txt", "sibling/keep.txt",
                                  "home/notes.txt", "home/Applications/Other/keep.txt"})
       WriteFile(At(sentinel), std::string("the user's own ") + sentinel);
     WriteOld();
     RegisterZipOpener();
-  }
-  void TearDown() override {
-    WaitForZipExpansions();
-    fw::RegisterOpener(".zip", nullptr);
-    SandboxTest::TearDown();
   }
 
   void WriteOld() {
@@ -43,12 +37,8 @@ class PayloadStagedReplaceTest : public SandboxTest {
     WriteFile(At("dest/MyApp/old.txt"), "the earlier installation");
     WriteFile(At("dest/MyApp/bin/tool"), "old tool");
   }
-  std::string Data2() const { return At("Setup.app/Contents/Resources/Data2"); }
-  void WriteData2(const std::vector<ZipEntry>& entries) {
-    fs::create_directories(fs::path(Data2()).parent_path());
-    WriteZip(Data2(), entries);
-    ViewConst::EncryptDecryptFileEnd(Data2(), true);
-  }
+  std::string Data2() const { return Resources() + "/Data2"; }
+  void WriteData2(const std::vector<ZipEntry>& entries) { WriteScrambledZip("Data2", entries); }
   std::vector<ZipEntry> NewPayload() const {
     return {{"MyApp/", "", ZipEntry::Folder, 0755},
             {"MyApp/new.txt", std::string(300000, 'n')},
@@ -140,19 +130,6 @@ TEST_F(PayloadStagedReplaceTest, AnArchiveOfAnotherShapeIsRefusedAndTheEarlierIn
   }
 }
 
-TEST_F(PayloadStagedReplaceTest, ResourceForksAreLeftOutAndTheUsersOwnArchiveStays) {
-  auto entries = NewPayload();
-  entries.push_back({"__MACOSX/MyApp/._new.txt", "fork"});
-  WriteData2(entries);
-  const Snapshot before = AllBut({"dest/MyApp"});
-  Window()->ExpandFolder();
-  EXPECT_TRUE(ui.messages.empty());
-  EXPECT_EQ(ReadFile(At("dest/MyApp/bin/tool")), "new tool");
-  EXPECT_FALSE(fs::exists(At("dest/MyApp/old.txt")));
-  EXPECT_FALSE(fs::exists(At("dest/__MACOSX")));
-  EXPECT_EQ(SnapshotDiff(before, AllBut({"dest/MyApp"})), "");
-}
-
 // Where a replacement stands, from what its stage folder holds (the layout
 // of payload/staged_install.h).
 std::string StageOf(const std::string& folder) {
@@ -186,14 +163,7 @@ TEST_F(PayloadStagedReplaceTest, AKillAtAnyStageIsRecoveredByTheNextRunOldOrNewN
   std::vector<ZipEntry> payload = NewPayload();
   for (int i = 0; i < 1500; ++i) payload.push_back({"MyApp/many/" + std::to_string(i), "x"});
   WriteData2(payload);
-  auto installed = [&] {
-    std::map<std::string, std::string> tree;
-    if (fs::exists(At("dest/MyApp")))
-      for (const auto& e : fs::recursive_directory_iterator(At("dest/MyApp")))
-        if (e.is_regular_file()) tree[e.path().lexically_relative(At("dest/MyApp")).string()] = ReadFile(e.path());
-    return tree;
-  };
-  const auto oldTree = installed();
+  const Tree oldTree = TreeOf(At("dest/MyApp"));
   const Snapshot before = AllBut({"dest/MyApp"});
 
   for (const std::string stage : {"aside", "copying", "expanding", "in place"}) {
@@ -216,15 +186,38 @@ TEST_F(PayloadStagedReplaceTest, AKillAtAnyStageIsRecoveredByTheNextRunOldOrNewN
     ui.answers = {ScriptedUI::Press("CancelBtn")};
     next->ExpandFolder();
     fs::rename(Data2() + ".away", Data2());
-    const auto now = installed();
+    const Tree now = TreeOf(At("dest/MyApp"));
     if (stage == "in place") {
-      EXPECT_EQ(now.size(), payload.size() - 1) << "not the new tree";
+      // The payload's files and the folders bin and many, below its top folder.
+      EXPECT_EQ(now.size(), payload.size() + 1) << "not the new tree";
     } else {
       EXPECT_TRUE(now == oldTree) << now.size() << " files, not the old tree";
     }
     EXPECT_EQ(OwnLeftovers(), std::vector<std::string>{});
     EXPECT_EQ(SnapshotDiff(before, AllBut({"dest/MyApp"})), "");
   }
+}
+
+// A target that cannot be moved aside (here a volume mounted in its place)
+// is deleted as it always was; the file layer refuses to, and after a
+// bounded wait the user is told and the run ends, with everything kept.
+using FaultMountedTargetTest = WithSmallVolumes<CoreTest>;
+
+TEST_F(FaultMountedTargetTest, ATargetThatCannotBeMovedAsideIsKeptAndTheRunEnds) {
+  WriteScrambledZip("Data2", {{"MyApp/a.txt", "new"}});
+  if (!Mounted(At("dest/MyApp"), 1024)) return;
+  WriteFile(At("dest/MyApp/old.txt"), "the earlier installation");
+
+  window->fTargetFolder = "MyApp";
+  ui.folderAnswers = {At("dest")};
+  const int64_t start = platform.ticks;
+  window->ExpandFolder();
+  ASSERT_EQ(ui.messages.size(), 1u);
+  EXPECT_EQ(ui.messages[0].rfind("Install Aborted\n\nUnable to delete existing installed folder.", 0), 0u);
+  EXPECT_TRUE(window->fInstallationFailed);
+  EXPECT_LE(platform.ticks - start, kOldTargetGiveUpTicks + 60);
+  EXPECT_EQ(ReadFile(At("dest/MyApp/old.txt")), "the earlier installation");
+  EXPECT_EQ(std::distance(fs::directory_iterator(At("dest")), fs::directory_iterator()), 1);
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include "payload/archives.h"
 #include "payload/expansion_wait.h"
 #include "payload/zip/zip_opener.h"
+#include "support/raw_zip.h"
 #include "support/sandbox.h"
 #include "support/zip_fixture.h"
 
@@ -36,11 +37,6 @@ class PayloadZipWaitTest : public SandboxTest {
   void SetUp() override {
     SandboxTest::SetUp();
     RegisterZipOpener();
-  }
-  void TearDown() override {
-    WaitForZipExpansions();
-    fw::RegisterOpener(".zip", nullptr);
-    SandboxTest::TearDown();
   }
 
   // Runs ZipFileProcess on the archive and answers the virtual ticks it took.
@@ -86,19 +82,33 @@ TEST_F(PayloadZipWaitTest, TheWaitFollowsARealExpansionToItsEnd) {
   EXPECT_EQ(ClaimZipExpansion(At("app.zip")), nullptr);
 }
 
-TEST_F(PayloadZipWaitTest, ADamagedArchiveEndsTheWaitWithItsReason) {
-  WriteZip(At("good.zip"), {{"a.txt", std::string(200000, 'a')}, {"b.txt", "b"}});
-  const std::string bytes = ReadFile(At("good.zip"));
-  WriteFile(At("Broken App.zip"), bytes.substr(0, bytes.size() / 2));
-  fw::Launch(At("Broken App.zip"), true);
-  Process(At("Broken App.zip"));
-  EXPECT_EQ(window.fExpansionError.rfind("it is damaged or not a zip archive", 0), 0u) << window.fExpansionError;
+// The window follows the opener's job and keeps its reason: a good archive
+// by the fast path, a damaged one, and one built to fill the disc.
+TEST_F(PayloadZipWaitTest, TheWaitEndsWithTheExpansionsReason) {
+  const std::string good = BuildRawZip({Packed("App/a", std::string(200000, 'a')), Packed("App/b", "b")});
+  RawEntry bomb = File("first.txt", std::string(1000, 'a'));
+  bomb.claimedSize = bomb.claimedCompressedSize = 1100;
+  const struct {
+    const char* name;
+    std::string bytes;
+    const char* reason;
+  } cases[] = {
+      {"Good.zip", good, ""},
+      {"Broken App.zip", good.substr(0, good.size() / 2), "it is damaged or not a zip archive"},
+      {"Bomb.zip", BuildRawZip({bomb, File("second.txt", std::string(1000, 'b'))}), "it is built to exhaust the disc"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    WriteFile(At(c.name), c.bytes);
+    fw::Launch(At(c.name), true);
+    Process(At(c.name));
+    EXPECT_EQ(window.fExpansionError.rfind(c.reason, 0), 0u) << window.fExpansionError;
+    EXPECT_EQ(window.fExpansionError.empty(), *c.reason == '\0');
+    EXPECT_EQ(window.ProgressBar1.Value(), window.ProgressBar1.Maximum());
+  }
+  EXPECT_EQ(ReadFile(At("App/a")), std::string(200000, 'a'));
+  EXPECT_FALSE(fs::exists(At("first.txt")));
   EXPECT_TRUE(ui.messages.empty());  // ExpandFolder tells the user
-
-  WriteFile(At("good.zip"), bytes);
-  fw::Launch(At("good.zip"), true);
-  Process(At("good.zip"));
-  EXPECT_EQ(window.fExpansionError, "");
 }
 
 TEST_F(PayloadZipWaitTest, DeleteRemovesTheArchiveAndLaunchesAPresentProgram) {

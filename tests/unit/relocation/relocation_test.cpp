@@ -9,7 +9,7 @@
 #include <filesystem>
 #include <set>
 
-#include "support/tree_snapshot.h"
+#include "support/snapshot.h"
 #include "unit/core/core_fixture.h"
 
 namespace ostrel::test {
