@@ -14,7 +14,6 @@ namespace {
 using namespace std::chrono;
 using namespace std::chrono_literals;
 
-
 class ActionsGuiTest : public StubDriverTest {
  protected:
   // An executable shell script; `answer` lines use the clipboard.

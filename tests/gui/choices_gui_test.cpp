@@ -40,11 +40,10 @@ class ChoicesGuiTest : public StubDriverTest {
   }
   void PressInstall() {
     main = Expect("^Ostrel Weather Station$", "main-window");
-    x->Click(main, 336, 208);
+    x->Click(main, kInstallX, kMainButtonsY);
   }
 
   std::string main;
-
   LocalHttpServer server;
 };
 
@@ -109,7 +108,7 @@ TEST_F(ChoicesGuiTest, QuitDuringTheDownloadLeavesNoFileOfIt) {
   ChooseFolder(At("target"));
   for (int i = 0; i < 50 && server.Requests().empty(); ++i) std::this_thread::sleep_for(100ms);
   std::this_thread::sleep_for(300ms);
-  x->Click(main, 244, 208);  // Quit
+  x->Click(main, kQuitX, kMainButtonsY);
   EXPECT_EQ(Finish(), 0);
   std::vector<std::string> names;
   for (auto& e : fs::directory_iterator(At("target/WeatherStation"))) names.push_back(e.path().filename().string());

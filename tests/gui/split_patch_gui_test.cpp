@@ -50,10 +50,9 @@ class SplitPatchGuiTest : public StubDriverTest {
     }
     return found;
   }
-  bool CopyRuns() { return !Copies().empty(); }
   bool WaitForTheCopyToEnd() {
     for (int i = 0; i < 600; ++i, std::this_thread::sleep_for(100ms))
-      if (!CopyRuns()) return true;
+      if (Copies().empty()) return true;
     return false;
   }
 };

@@ -34,9 +34,8 @@ ChildEnd WaitForChild(pid_t pid);
 
 // Runs `body` in a child that an alarm kills after `seconds`, and whose
 // resident memory may grow by `megabytes` at most. The body answers an
-// empty text when all went well, else what went wrong (the first 4 KiB
-// reach the caller). Empty when the body did so within both bounds, else
-// what went wrong.
+// empty text when all went well, else what went wrong. Empty when it did
+// so within both bounds, else what went wrong (the body's first 4 KiB).
 std::string RunBounded(int seconds, long megabytes, const std::function<std::string()>& body);
 
 }  // namespace ostrel::test

@@ -1,5 +1,7 @@
-// Tmpfs volumes of a few hundred KiB that run out of room on purpose, for
-// tests of full volumes and of folders that cannot be moved (a mount point).
+// Tmpfs volumes of a few hundred KiB mounted inside a sandbox, that run out
+// of room on purpose, for tests of full volumes and of folders that cannot
+// be moved (a mount point). Mounting needs privilege; where it is not
+// permitted the test skips rather than fails.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -12,8 +14,6 @@
 
 namespace ostrel::test {
 
-// Tmpfs volumes mounted inside a sandbox. Mounting needs privilege; where
-// it is not permitted the test skips rather than fails.
 class SmallVolumes {
  public:
   ~SmallVolumes() { UnmountAll(); }

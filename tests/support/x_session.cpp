@@ -83,24 +83,18 @@ XSession::XSession() {
   char c;
   while (xvfb_ > 0 && read(fds[0], &c, 1) == 1 && c != '\n') number += c;
   close(fds[0]);
-  if (xvfb_ < 0 || number.empty()) {
-    if (xvfb_ > 0) {
-      kill(xvfb_, SIGTERM);
-      waitpid(xvfb_, nullptr, 0);
-    }
-    throw std::runtime_error("Xvfb cannot be started");
-  }
   display_ = ":" + number;
-  for (int i = 0; i < 100; ++i) {
+  for (int i = 0; i < 100 && xvfb_ > 0 && !number.empty(); ++i) {
     if (RunProgram({"xdpyinfo", "-display", display_}, nullptr) == 0) return;
     std::this_thread::sleep_for(milliseconds(100));
   }
-  kill(xvfb_, SIGTERM);
-  waitpid(xvfb_, nullptr, 0);
-  throw std::runtime_error("Xvfb on " + display_ + " does not answer");
+  StopXvfb();
+  throw std::runtime_error(number.empty() ? "Xvfb cannot be started" : "Xvfb on " + display_ + " does not answer");
 }
 
-XSession::~XSession() {
+XSession::~XSession() { StopXvfb(); }
+
+void XSession::StopXvfb() {
   if (xvfb_ > 0) {
     kill(xvfb_, SIGTERM);
     waitpid(xvfb_, nullptr, 0);

@@ -24,7 +24,6 @@ class XSession {
   XSession(const XSession&) = delete;
   XSession& operator=(const XSession&) = delete;
 
-  const std::string& Display() const { return display_; }
   std::map<std::string, std::string> Env() const { return {{"DISPLAY", display_}}; }
 
   // The id of a visible window whose title matches the regular expression.
@@ -42,6 +41,7 @@ class XSession {
 
  private:
   int Xdotool(const std::vector<std::string>& args, std::string* out = nullptr);
+  void StopXvfb();
   pid_t xvfb_ = -1;
   std::string display_;
 };

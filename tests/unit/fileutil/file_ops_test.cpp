@@ -38,15 +38,13 @@ TEST_F(FileutilItems, ExistenceAndDelete) {
   EXPECT_FALSE(fs::exists(At("a/file")));
 }
 
-TEST_F(FileutilItems, RenameReplacesTheNewPath) {
+TEST_F(FileutilItems, RenameReplacesTheNewPathButRefusesACaseChangeAndAMissingSource) {
   WriteFile(At("old"), "new content");
   WriteFile(At("new"), "old content");
   EXPECT_TRUE(RenameFile(At("old"), At("new")));
   EXPECT_FALSE(fs::exists(At("old")));
   EXPECT_EQ(ReadFile(At("new")), "new content");
-}
 
-TEST_F(FileutilItems, RenameRefusesACaseChangeAndAMissingSource) {
   WriteFile(At("X"), "upper");
   EXPECT_FALSE(RenameFile(At("X"), At("x")));
   EXPECT_EQ(ReadFile(At("X")), "upper");
@@ -59,16 +57,14 @@ TEST_F(FileutilItems, RenameRefusesACaseChangeAndAMissingSource) {
   EXPECT_EQ(ReadFile(At("X")), "upper");
 }
 
-TEST_F(FileutilItems, ForceDirectoriesBuildsEveryLevelQuietly) {
+TEST_F(FileutilItems, ForceDirectoriesBuildsEveryLevelQuietlyAndReportsEachThatFails) {
   ForceDirectories(At("one/two/three/"), true);
   EXPECT_TRUE(fs::is_directory(At("one/two/three")));
   ForceDirectories(At("one/two/"), true);
   ForceDirectories("", true);
   EXPECT_TRUE(ui.modals.empty());
   EXPECT_THROW(ForceDirectories("relative/dir", false), fw::NilObjectException);
-}
 
-TEST_F(FileutilItems, ForceDirectoriesReportsEachLevelThatFails) {
   WriteFile(At("a/f"), "in the way");
   ui.answers = {ScriptedUI::PressCaption("OK"), ScriptedUI::PressCaption("OK")};
   ForceDirectories(At("a/f/g"), true);

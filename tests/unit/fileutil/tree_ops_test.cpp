@@ -73,7 +73,7 @@ TEST_F(FileutilTrees, AllUsersFullAccessAddsRwxAndKeepsTheRest) {
   EXPECT_EQ(ModeOf(At("file")), 0600u);  // a link's target is left alone
 }
 
-TEST_F(FileutilTrees, CopyFolderCopiesAndMerges) {
+TEST_F(FileutilTrees, CopyFolderCopiesAndMergesButNeverIntoItself) {
   MakeTree(At("src"));
   WriteFile(At("dst/readme"), "old");
   WriteFile(At("dst/extra"), "stays");
@@ -83,9 +83,7 @@ TEST_F(FileutilTrees, CopyFolderCopiesAndMerges) {
   EXPECT_EQ(ReadFile(At("dst/extra")), "stays");
   EXPECT_TRUE(fs::is_directory(At("dst/Contents/Empty")));
   EXPECT_FALSE(CopyFolder(At("src"), "relative"));
-}
 
-TEST_F(FileutilTrees, CopyFolderNeverCopiesIntoItself) {
   WriteFile(At("loop/file"), "x");
   fs::create_directory_symlink(At("loop"), At("loop/again"));
   EXPECT_TRUE(CopyFolder(At("loop"), At("copy")));
@@ -98,7 +96,7 @@ TEST_F(FileutilTrees, CopyFolderNeverCopiesIntoItself) {
   EXPECT_FALSE(fs::exists(At("a/b/b")));
 }
 
-TEST_F(FileutilTrees, CopyFileCopiesFilesAndFolders) {
+TEST_F(FileutilTrees, CopyFileCopiesFilesAndFoldersButOnlyCopyFileBReplacesAFullFolder) {
   WriteFile(At("a.txt"), "new");
   WriteFile(At("b.txt"), "old and longer");
   EXPECT_TRUE(CopyFile(At("a.txt"), At("b.txt")));
@@ -111,9 +109,7 @@ TEST_F(FileutilTrees, CopyFileCopiesFilesAndFolders) {
 
   ASSERT_EQ(mkfifo(At("pipe").c_str(), 0600), 0);
   EXPECT_FALSE(CopyFile(At("pipe"), At("copy")));  // refused, not waited on
-}
 
-TEST_F(FileutilTrees, CopyFileLeavesAFullFolderButCopyFileBReplacesIt) {
   WriteFile(At("payload"), "file content");
   WriteFile(At("dest/one"), "1");
   WriteFile(At("dest/sub/two"), "2");

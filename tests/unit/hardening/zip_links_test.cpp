@@ -13,9 +13,33 @@ const Route kRoutes[] = {Route::ZipFileToFolder, Route::Opener};
 
 using HardeningZipLinks = HardeningTest;
 
+TEST_F(HardeningZipLinks, ALinkOutOrAFileThroughAnyLinkIsNamedAndNothingAtAllIsWritten) {
+  const struct {
+    const char* what;
+    std::vector<RawEntry> entries;
+    std::string named;
+  } cases[] = {
+      {"a link out", {Link("l", "../AppEvil"), File("l/keep.txt", "overwritten")}, "\"l\""},
+      {"an absolute link", {Link("l", Canary()), File("l/keep.txt", "overwritten")}, "\"l\""},
+      {"a link that climbs from inside", {Link("l", "sub/../../AppEvil")}, "\"l\""},
+      // "a/.." reads as the destination itself, but "a" is the destination,
+      // so on the disc "b" would name the folder above it.
+      {"a link out through an earlier one", {Link("a", "."), Link("b", "a/../AppEvil")}, "\"b\""},
+      {"a file through an inward link", {Folder("real/"), Link("alias", "real"), File("alias/f", "x")}, "\"alias/f\""},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    EachWay(c.entries, [&](const Outcome& o) {
+      EXPECT_FALSE(o.ok);
+      EXPECT_TRUE(o.route == Route::ZipFileToFolder || o.message.find(c.named) != std::string::npos) << o.message;
+      EXPECT_TRUE(fs::is_empty(Dest()));
+      EXPECT_TRUE(OutsideUnchanged());
+    });
+  }
+}
+
 TEST_F(HardeningZipLinks, NothingIsWrittenThroughALinkThatLeadsOut) {
   const std::vector<std::vector<RawEntry>> archives = {
-      {Link("l", "../AppEvil"), File("l/keep.txt", "overwritten")},
       {Link("l", "../AppEvil"), Folder("l/sub/"), File("l/sub/planted.txt", "planted")},
       {Link("l", Canary() + "/keep.txt"), File("l", "overwritten")},
       // "g" is the destination itself, so "g/.." is the folder above it:

@@ -46,10 +46,12 @@ class PayloadExpandFolderTest : public CoreTest {
                  {"lib/data.bin", std::string("\x00\xFF\x01\xFE binary", 11) + std::string(3000, '\x7F')}};
 };
 
-TEST_F(PayloadExpandFolderTest, InstallsTheScrambledPayloadByteForByteOverAnOldTarget) {
+TEST_F(PayloadExpandFolderTest, InstallsTheScrambledPayloadByteForByteOverAnOldTargetThenTheAfterProgram) {
   WriteData2();
   WriteFile(At("dest/MyApp.zip"), "the user's own archive, not the stub's");
   WriteFile(At("dest/MyApp/old.txt"), "replaced unasked, since no prompt is wanted");
+  WriteFile(Resources() + "/after.sh", "#!/bin/sh\n");
+  window->fExecuteAfterName = "after.sh";
   ui.folderAnswers.push_back(At("dest"));
   window->ExpandFolder();
 
@@ -64,6 +66,12 @@ TEST_F(PayloadExpandFolderTest, InstallsTheScrambledPayloadByteForByteOverAnOldT
   EXPECT_FALSE(window->InfoBtn.Visible());
   EXPECT_TRUE(window->ProgressBar1.Visible());
   EXPECT_EQ(window->MessageLabel.Text(), "Install in Progress...");
+  // Once by the archive's removal and once more for the wait on its answer.
+  ASSERT_EQ(platform.launches.size(), 2u);
+  for (const auto& launch : platform.launches) {
+    EXPECT_EQ(launch.path, Resources() + "/after.sh");
+    EXPECT_TRUE(launch.activate);
+  }
 }
 
 TEST_F(PayloadExpandFolderTest, AnExistingTargetIsReplacedOnceTheUserAgrees) {
@@ -133,21 +141,6 @@ TEST_F(PayloadExpandFolderTest, APatchClearsAStalePatchFolderUnaskedAndKeepsTheI
   patched["old.txt"] = "installed";
   EXPECT_EQ(TreeOf(At("dest/MyApp")), patched);
   EXPECT_FALSE(fs::exists(At("dest/MyApp.zip")));
-}
-
-TEST_F(PayloadExpandFolderTest, TheAfterProgramInResourcesIsLaunchedAfterTheArchiveIsGone) {
-  WriteData2();
-  WriteFile(Resources() + "/after.sh", "#!/bin/sh\n");
-  window->fExecuteAfterName = "after.sh";
-  ui.folderAnswers.push_back(At("dest"));
-  window->ExpandFolder();
-  // Once by the archive's removal and once more for the wait on its answer.
-  ASSERT_EQ(platform.launches.size(), 2u);
-  for (const auto& launch : platform.launches) {
-    EXPECT_EQ(launch.path, Resources() + "/after.sh");
-    EXPECT_TRUE(launch.activate);
-  }
-  EXPECT_EQ(TreeOf(At("dest/MyApp")), Expected());
 }
 
 TEST_F(PayloadExpandFolderTest, TheApplicationsFolderIsUsedWithoutAsking) {

@@ -39,10 +39,13 @@ class PayloadStagedReplaceTest : public CoreTest {
   }
   std::string Data2() const { return Resources() + "/Data2"; }
   void WriteData2(const std::vector<ZipEntry>& entries) { WriteScrambledZip("Data2", entries); }
-  std::vector<ZipEntry> NewPayload() const {
-    return {{"MyApp/", "", ZipEntry::Folder, 0755},
-            {"MyApp/new.txt", std::string(300000, 'n')},
-            {"MyApp/bin/tool", "new tool", ZipEntry::File, 0755}};
+  // With `many` small files more, so that a run can be stopped half-way.
+  std::vector<ZipEntry> NewPayload(int many = 0) const {
+    std::vector<ZipEntry> payload = {{"MyApp/", "", ZipEntry::Folder, 0755},
+                                     {"MyApp/new.txt", std::string(300000, 'n')},
+                                     {"MyApp/bin/tool", "new tool", ZipEntry::File, 0755}};
+    for (int i = 0; i < many; ++i) payload.push_back({"MyApp/many/" + std::to_string(i), "x"});
+    return payload;
   }
   // Everything in the sandbox but the bundle and, when asked, the target.
   Snapshot AllBut(const std::vector<std::string>& also = {}) const {
@@ -145,8 +148,7 @@ std::string StageOf(const std::string& folder) {
 }
 
 TEST_F(PayloadStagedReplaceTest, AQuitPressedDuringTheExpansionPutsTheEarlierInstallationBack) {
-  std::vector<ZipEntry> payload = NewPayload();
-  for (int i = 0; i < 1500; ++i) payload.push_back({"MyApp/many/" + std::to_string(i), "x"});
+  const std::vector<ZipEntry> payload = NewPayload(1500);
   WriteData2(payload);
   const Snapshot before = AllBut();
   auto window = Window();
@@ -160,8 +162,7 @@ TEST_F(PayloadStagedReplaceTest, AQuitPressedDuringTheExpansionPutsTheEarlierIns
 }
 
 TEST_F(PayloadStagedReplaceTest, AKillAtAnyStageIsRecoveredByTheNextRunOldOrNewNeverNeither) {
-  std::vector<ZipEntry> payload = NewPayload();
-  for (int i = 0; i < 1500; ++i) payload.push_back({"MyApp/many/" + std::to_string(i), "x"});
+  const std::vector<ZipEntry> payload = NewPayload(1500);
   WriteData2(payload);
   const Tree oldTree = TreeOf(At("dest/MyApp"));
   const Snapshot before = AllBut({"dest/MyApp"});
