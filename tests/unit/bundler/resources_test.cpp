@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include "bundler/bundle.h"
-#include "bundler/description_file.h"
 #include "payload/archives.h"
 #include "unit/bundler/bundler_fixture.h"
 
@@ -28,9 +27,7 @@ TEST_F(ResourcesTest, ResourcesAndTheCleanupProgramTravelInTheBundle) {
   EXPECT_EQ(ReadFile(resources + "/After.app/Contents/MacOS/After"), "#!/bin/sh\n");
 
   // Data3 unscrambles to the archive that expands into the clean-up bundle.
-  fs::copy_file(resources + "/Data3", At("cleanup.zip"));
-  ViewConst::EncryptDecryptFileEnd(At("cleanup.zip"), false);
-  ASSERT_TRUE(ViewConst::ZipFileToFolder(At("cleanup.zip"), At("PostInstallCleanup.app"), false));
+  ASSERT_TRUE(ViewConst::ZipFileToFolder(Unscrambled(resources + "/Data3", At("cleanup.zip")), At("PostInstallCleanup.app"), false));
   const std::string program = At("PostInstallCleanup.app/Contents/MacOS/PostInstallCleanup");
   EXPECT_EQ(TreeOf(At("PostInstallCleanup.app")).size(), 3u);
   EXPECT_EQ(ReadFile(program), ReadFile(At("build/ostrel-cleanup")));
@@ -39,16 +36,5 @@ TEST_F(ResourcesTest, ResourcesAndTheCleanupProgramTravelInTheBundle) {
   d.cleanup = 0;
   EXPECT_FALSE(fs::exists(BuildBundle(d, stub, At("out")) + "/Contents/Resources/Data3"));
 }
-
-TEST_F(ResourcesTest, TheDescriptionNamesResourcesAndTheCleanupProgram) {
-  MakePayload("desc/app");
-  const auto d = bundler::ParseDescription(
-      "name = A\ntarget = B\npayload = app\nresource = before.sh\nresource = /abs/After.app\n"
-      "cleanup_program = tools/clean\n",
-      At("desc"), "a.setup");
-  EXPECT_EQ(d.resources, (std::vector<std::string>{At("desc/before.sh"), "/abs/After.app"}));
-  EXPECT_EQ(d.cleanupProgram, At("desc/tools/clean"));
-}
-
 }  // namespace
 }  // namespace ostrel::test

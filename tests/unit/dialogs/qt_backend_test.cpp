@@ -182,6 +182,7 @@ TEST_F(QtBackendTest, UserResizingMovesTheModelAndShrinkingBelowTheMinimumIsAllo
     EXPECT_EQ(w.minimumSize(), QSize(690, 210));
     w.resize(800, 500);
     EXPECT_EQ(d.OKBtn.geometry(), (fw::Rect{700, 460, 80, 20}));
+    EXPECT_EQ(d.QuitBtn.geometry(), (fw::Rect{608, 460, 80, 20}));
     EXPECT_EQ(d.AgreementEdit.geometry(), (fw::Rect{20, 14, 760, 434}));
   });
   d.SetHeight(210);
