@@ -1,4 +1,5 @@
-// The ways out of startup and the main window as the record fills it.
+// The ways out of startup and the main window as the record fills it. A
+// setup started from the temporary folder is in relocation_test.cpp.
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -14,20 +15,6 @@ namespace {
 const char* const kAdminMessage = "Cannot Install\n\nAn Administrator account is required to run this installer.";
 
 using StartupTest = CoreTest;
-
-TEST_F(StartupTest, AnInstallerInsideTheTemporaryFolderOnlyAsksToBeDragged) {
-  platform.executablePath = At("tmp/dl/Setup.app/Contents/MacOS/Setup");
-  SetupRecord r = PlainRecord();
-  r.text[9] = "Never read";
-  WriteFile(At("tmp/dl/Setup.app/Contents/Resources/Data"), "x");
-  WriteFile(At("tmp/dl/Setup.app/Contents/Resources/TextData"), r.TextData());
-
-  EXPECT_EQ(Open(), 0);
-  EXPECT_EQ(ui.messages, (std::vector<std::string>{"Drag the installer out of the Downloads folder before running it."}));
-  EXPECT_EQ(window->fTimeStamp, "");
-  EXPECT_EQ(window->Title(), "Install");
-  EXPECT_EQ(platform.broughtToFront, 0);
-}
 
 TEST_F(StartupTest, AWritableApplicationsFolderPassesAndKeepsNoProbeButSomeoneElses) {
   WriteRecord(PlainRecord());
