@@ -2,6 +2,8 @@
 // answer on the in-memory clipboard at set ticks after their launch.
 #include <gtest/gtest.h>
 
+#include <ostream>
+
 #include "unit/core/core_fixture.h"
 
 namespace ostrel::test {
@@ -15,6 +17,12 @@ struct Conversation {
   std::vector<std::string> messages;
   int64_t minTicks, maxTicks;  // how long the wait lasted
 };
+
+void PrintTo(const Conversation& c, std::ostream* out) {
+  *out << c.program << " says";
+  for (const auto& [after, text] : c.says) *out << " \"" << text << "\" at " << after;
+  if (c.says.empty()) *out << " nothing";
+}
 
 class LaunchedProgramTest : public CoreTest, public ::testing::WithParamInterface<Conversation> {
  protected:

@@ -1,10 +1,14 @@
-// A built bundle read back by the installer's own reader.
+// A built bundle read back by the installer's own reader, and what it
+// carries beside the record: the setup's own files and the clean-up program.
+#include <sys/stat.h>
+
 #include <gtest/gtest.h>
 
 #include "bundler/bundle.h"
 #include "bundler/description_file.h"
 #include "core/ostrel_stub_window.h"
 #include "fileutil/view_const.h"
+#include "payload/archives.h"
 #include "unit/bundler/bundler_fixture.h"
 
 namespace ostrel::test {
@@ -106,8 +110,9 @@ TEST_F(BundleReadbackTest, TheFilesHoldEachFieldAtItsNumber) {
   EXPECT_EQ(ViewConst::CountFields(text, "|#|"), 30);
   EXPECT_EQ(ViewConst::NthField(text, "|#|", 1).substr(0, 14), "$HTML$3C006800");
   EXPECT_EQ(ViewConst::NthField(text, "|#|", 27).substr(0, 10), "$HTML$4E00");
-  for (int n = 2; n <= 30; ++n)
+  for (int n = 2; n <= 30; ++n) {
     if (n != 27) EXPECT_EQ(ViewConst::NthField(text, "|#|", n), textFields[n]) << "TextData " << n;
+  }
 }
 
 TEST_F(BundleReadbackTest, AnHtmlFragmentGetsTheTagTheInstallerLooksFor) {
@@ -159,6 +164,28 @@ TEST_F(BundleReadbackTest, WhatCannotWorkIsRefusedByNameAndNothingIsWritten) {
   }
 }
 
+TEST_F(BundleReadbackTest, ResourcesAndTheCleanupProgramTravelInTheBundle) {
+  auto d = FullDescription();
+  WriteFile(At("resources/before.sh"), "#!/bin/sh\necho before\n");
+  chmod(At("resources/before.sh").c_str(), 0750);
+  d.resources.push_back(At("resources/before.sh"));
+  d.executeBefore = "before.sh";
+  const std::string resources = BuildBundle(d, stub, At("out")) + "/Contents/Resources";
+
+  EXPECT_EQ(ReadFile(resources + "/before.sh"), "#!/bin/sh\necho before\n");
+  EXPECT_EQ(fs::status(resources + "/before.sh").permissions(), fs::perms(0750));
+  EXPECT_EQ(ReadFile(resources + "/After.app/Contents/MacOS/After"), "#!/bin/sh\n");
+
+  // Data3 unscrambles to the archive that expands into the clean-up bundle.
+  ASSERT_TRUE(ViewConst::ZipFileToFolder(Unscrambled(resources + "/Data3", At("cleanup.zip")), At("PostInstallCleanup.app"), false));
+  const std::string program = At("PostInstallCleanup.app/Contents/MacOS/PostInstallCleanup");
+  EXPECT_EQ(TreeOf(At("PostInstallCleanup.app")).size(), 3u);
+  EXPECT_EQ(ReadFile(program), ReadFile(At("build/ostrel-cleanup")));
+  EXPECT_EQ(fs::status(program).permissions(), fs::perms(0755));
+
+  d.cleanup = 0;
+  EXPECT_FALSE(fs::exists(BuildBundle(d, stub, At("out")) + "/Contents/Resources/Data3"));
+}
 TEST_F(BundleReadbackTest, ARebuildReplacesTheBundleButNothingElse) {
   auto d = FullDescription();
   const std::string bundle = BuildBundle(d, stub, At("out"));
