@@ -110,9 +110,10 @@ TEST_F(BundleReadbackTest, TheFilesHoldEachFieldAtItsNumber) {
   EXPECT_EQ(ViewConst::CountFields(text, "|#|"), 30);
   EXPECT_EQ(ViewConst::NthField(text, "|#|", 1).substr(0, 14), "$HTML$3C006800");
   EXPECT_EQ(ViewConst::NthField(text, "|#|", 27).substr(0, 10), "$HTML$4E00");
-  for (int n = 2; n <= 30; ++n) {
-    if (n != 27) EXPECT_EQ(ViewConst::NthField(text, "|#|", n), textFields[n]) << "TextData " << n;
-  }
+  for (int n = 2; n <= 30; ++n)
+    if (n != 27) {
+      EXPECT_EQ(ViewConst::NthField(text, "|#|", n), textFields[n]) << "TextData " << n;
+    }
 }
 
 TEST_F(BundleReadbackTest, AnHtmlFragmentGetsTheTagTheInstallerLooksFor) {
