@@ -66,20 +66,6 @@ TEST_F(MessageDialogTest, QuestionSizesFollowTheTextLengthSteps) {
   }
 }
 
-TEST_F(MessageDialogTest, EndSizeRestoresTheDesignSoTheWindowCanBeSizedAgain) {
-  MessageModal d;
-  for (const std::string& text : {std::string("short"), std::string(700, 'x'), std::string(450, 'x')}) {
-    ViewConst::MessageModalStartSize(d, text);
-    ViewConst::MessageModalEndSize(d, text);
-    EXPECT_EQ(d.Width(), 572);
-    EXPECT_EQ(d.Height(), 243);
-    EXPECT_EQ(d.MessageText.geometry(), (fw::Rect{20, 14, 532, 177}));
-    EXPECT_EQ(d.Btn1.geometry(), (fw::Rect{288, 203, 80, 20}));
-    EXPECT_EQ(d.Btn2.geometry(), (fw::Rect{380, 203, 80, 20}));
-    EXPECT_EQ(d.Btn3.geometry(), (fw::Rect{472, 203, 80, 20}));
-  }
-}
-
 TEST_F(MessageDialogTest, QuestionOffersYesAndNoAndOnlyYesAnswersTrue) {
   bool yes = false;
   const Seen s = Ask("Insert the next disc.", ScriptedUI::PressDefault(), &yes);
