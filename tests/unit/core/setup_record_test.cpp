@@ -3,21 +3,12 @@
 #include <gtest/gtest.h>
 
 #include "fileutil/view_const.h"
-#include "framework/text.h"
 #include "unit/core/core_fixture.h"
 
 namespace ostrel::test {
 namespace {
 
 using SetupRecordTest = CoreTest;
-
-// UTF-16LE of a text, written out in hexadecimal digits.
-std::string HexUtf16(const std::string& utf8) {
-  static const char* digits = "0123456789ABCDEF";
-  std::string hex;
-  for (unsigned char b : fw::Utf8ToUtf16(utf8, true)) (hex += digits[b >> 4]) += digits[b & 15];
-  return hex;
-}
 
 TEST_F(SetupRecordTest, OddBytesAreOneHigherInTheFileAndAOneByteRecordStands) {
   // Clear "a\xFF" is stored as "a\x00"; reading gives the 255 back.
@@ -92,29 +83,19 @@ TEST_F(SetupRecordTest, PictureFieldsSplitIntoPixelsWidthAndHeight) {
   EXPECT_EQ(window->fBackgroundHeight, -5);
 }
 
-TEST_F(SetupRecordTest, EachTextFieldIsUtf8OrMacRomanByItself) {
+// The long texts' line breaks and HTML in upper-case "$HTML$" are read back
+// from a built bundle in the bundler's tests.
+TEST_F(SetupRecordTest, EachTextFieldIsUtf8OrMacRomanByItselfAndTheHtmlMarkerIsOfAnyCase) {
   SetupRecord r;
   r.data = {{1, "t"}};
-  r.text = {{7, "Caf\xC3\xA9 Tool"}, {8, "\xA9 2026 Caf\x8E"}, {9, "\xC3\xA9t\xC3\xA9"}};
+  r.text = {{7, "Caf\xC3\xA9 Tool"}, {8, "\xA9 2026 Caf\x8E"}, {9, "\xC3\xA9t\xC3\xA9"},
+            {27, "$html$3C0070003E00E900"}};  // "<p>é" in UTF-16LE
   WriteRecord(r);
   ASSERT_TRUE(window->ReadData());
   EXPECT_EQ(window->fTargetFolder, "Caf\xC3\xA9 Tool");
   EXPECT_EQ(window->fCopyright, "\xC2\xA9 2026 Caf\xC3\xA9");  // MacRoman
   EXPECT_EQ(window->fWindowTitle, "\xC3\xA9t\xC3\xA9");
-}
-
-TEST_F(SetupRecordTest, LongTextsBreakLinesAtBarsAndDecodeHtmlFromHex) {
-  const std::string html = "<b>Caf\xC3\xA9</b>";
-  SetupRecord r;
-  r.data = {{1, "t"}};
-  r.text = {{1, "$HTML$" + HexUtf16(html)}, {5, "one|two|three"}, {27, "$html$" + HexUtf16("<p>x</p>")},
-            {28, "plain \xC3\xA9"}};
-  WriteRecord(r);
-  ASSERT_TRUE(window->ReadData());
-  EXPECT_EQ(window->fAgreement, html);
-  EXPECT_EQ(window->fInfo, "one\ntwo\nthree");
-  EXPECT_EQ(window->fPreInstallNotes, "<p>x</p>");
-  EXPECT_EQ(window->fPostInstallNotes, "plain \xC3\xA9");
+  EXPECT_EQ(window->fPreInstallNotes, "<p>\xC3\xA9");
 }
 
 }  // namespace
