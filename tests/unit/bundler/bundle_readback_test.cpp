@@ -1,4 +1,5 @@
-// A built bundle read back by the installer's own reader.
+// A built bundle read back by the installer's own reader, and what it
+// carries beside the record: the setup's own files and the clean-up program.
 #include <sys/stat.h>
 
 #include <gtest/gtest.h>
@@ -7,6 +8,7 @@
 #include "bundler/description_file.h"
 #include "core/ostrel_stub_window.h"
 #include "fileutil/view_const.h"
+#include "payload/archives.h"
 #include "unit/bundler/bundler_fixture.h"
 
 namespace ostrel::test {
@@ -33,6 +35,7 @@ TEST_F(BundleReadbackTest, EveryFieldReadsBackAsDescribed) {
   d.background.pixels = "E[24]";
   d.background.width = 2;
   d.background.height = 2;
+  d.installationPatch = true;
   const std::string bundle = BuildBundle(d, stub, At("out"));
   EXPECT_EQ(bundle, At("out/Demo Setup.app"));
 
@@ -65,7 +68,7 @@ TEST_F(BundleReadbackTest, EveryFieldReadsBackAsDescribed) {
   EXPECT_EQ(w->fTargetFolder, "DemoApp");
   EXPECT_EQ(w->fCopyright, "(c) 2024 Demo");
   EXPECT_EQ(w->fWindowTitle, "Demo Title");
-  EXPECT_FALSE(w->fInstallationPatch);
+  EXPECT_TRUE(w->fInstallationPatch);
   EXPECT_EQ(w->fInstallChoices, "choices");
   EXPECT_EQ(w->fInstallOptions, "options");
   EXPECT_EQ(w->fMinOS, "MacOS10.12");
@@ -78,29 +81,39 @@ TEST_F(BundleReadbackTest, EveryFieldReadsBackAsDescribed) {
   EXPECT_EQ(w->fCleanup, 2);
 }
 
-TEST_F(BundleReadbackTest, TheFilesHaveTheRecordLayout) {
+// Each field at its number, the empty ones too. With the test above, which
+// reads these same fields back, this pins the installer's reader as well.
+TEST_F(BundleReadbackTest, TheFilesHoldEachFieldAtItsNumber) {
   auto d = FullDescription();
   d.executableName.clear();  // the bundle's name then
   const std::string bundle = BuildBundle(d, stub, At("out"));
 
   const std::string exe = bundle + "/Contents/MacOS/Demo Setup";
   EXPECT_EQ(ReadFile(exe), ReadFile(stub));
-  struct stat st;
-  ASSERT_EQ(stat(exe.c_str(), &st), 0);
-  EXPECT_EQ(st.st_mode & 07777, 0755u);
+  EXPECT_EQ(fs::status(exe).permissions(), fs::perms(0755));
+  EXPECT_EQ(ReadBack(bundle, "Demo Setup")->fTargetFolder, "DemoApp");
 
   std::string data = ReadFile(bundle + "/Contents/Resources/Data");
   ViewConst::DecryptStr(data);
-  EXPECT_EQ(ViewConst::CountFields(data, "$|~"), 12);
-  EXPECT_EQ(ViewConst::NthField(data, "$|~", 5), "");  // reserved
   const std::string text = ReadFile(bundle + "/Contents/Resources/TextData");
+  std::map<int, std::string> dataFields = {{1, "2024-06-01 12:00:00"}, {2, "1"}, {3, "After.app"}, {4, "F[6]000000,2,1"},
+                                           {7, "1"}, {8, "SetupFolder/Before"}, {10, "4096"}, {11, "1"}};
+  // HTML, and a text holding a "|" of its own, travel as UTF-16LE in
+  // upper-case hexadecimal: "<" is 3C00, "N" 4E00.
+  std::map<int, std::string> textFields = {
+      {2, "Welcome\nto the demo"}, {3, "https://www.example.com/"}, {4, "Home page"}, {5, "Line one|Line two"},
+      {6, "||Go|||Accept" + std::string(14, '|') + "Busy..."}, {7, "DemoApp"}, {8, "(c) 2024 Demo"}, {9, "Demo Title"}, {13, "0"},
+      {22, "choices"}, {23, "options"}, {24, "MacOS10.12"}, {25, "1GB"}, {26, "https://www.example.com/done"},
+      {28, "Release notes"}, {29, "createfolder=UserAccount/Demo|delete=UserAccount/Old"}, {30, "2"}};
+  EXPECT_EQ(ViewConst::CountFields(data, "$|~"), 12);
+  for (int n = 1; n <= 12; ++n) EXPECT_EQ(ViewConst::NthField(data, "$|~", n), dataFields[n]) << "Data " << n;
   EXPECT_EQ(ViewConst::CountFields(text, "|#|"), 30);
-  EXPECT_EQ(ViewConst::NthField(text, "|#|", 5), "Line one|Line two");
-  // HTML travels as UTF-16LE in upper-case hexadecimal: "<" is 3C00.
   EXPECT_EQ(ViewConst::NthField(text, "|#|", 1).substr(0, 14), "$HTML$3C006800");
-  EXPECT_EQ(ViewConst::NthField(text, "|#|", 13), "0");
-
-  EXPECT_EQ(ReadBack(bundle, "Demo Setup")->fTargetFolder, "DemoApp");
+  EXPECT_EQ(ViewConst::NthField(text, "|#|", 27).substr(0, 10), "$HTML$4E00");
+  for (int n = 2; n <= 30; ++n)
+    if (n != 27) {
+      EXPECT_EQ(ViewConst::NthField(text, "|#|", n), textFields[n]) << "TextData " << n;
+    }
 }
 
 TEST_F(BundleReadbackTest, AnHtmlFragmentGetsTheTagTheInstallerLooksFor) {
@@ -152,6 +165,28 @@ TEST_F(BundleReadbackTest, WhatCannotWorkIsRefusedByNameAndNothingIsWritten) {
   }
 }
 
+TEST_F(BundleReadbackTest, ResourcesAndTheCleanupProgramTravelInTheBundle) {
+  auto d = FullDescription();
+  WriteFile(At("resources/before.sh"), "#!/bin/sh\necho before\n");
+  chmod(At("resources/before.sh").c_str(), 0750);
+  d.resources.push_back(At("resources/before.sh"));
+  d.executeBefore = "before.sh";
+  const std::string resources = BuildBundle(d, stub, At("out")) + "/Contents/Resources";
+
+  EXPECT_EQ(ReadFile(resources + "/before.sh"), "#!/bin/sh\necho before\n");
+  EXPECT_EQ(fs::status(resources + "/before.sh").permissions(), fs::perms(0750));
+  EXPECT_EQ(ReadFile(resources + "/After.app/Contents/MacOS/After"), "#!/bin/sh\n");
+
+  // Data3 unscrambles to the archive that expands into the clean-up bundle.
+  ASSERT_TRUE(ViewConst::ZipFileToFolder(Unscrambled(resources + "/Data3", At("cleanup.zip")), At("PostInstallCleanup.app"), false));
+  const std::string program = At("PostInstallCleanup.app/Contents/MacOS/PostInstallCleanup");
+  EXPECT_EQ(TreeOf(At("PostInstallCleanup.app")).size(), 3u);
+  EXPECT_EQ(ReadFile(program), ReadFile(At("build/ostrel-cleanup")));
+  EXPECT_EQ(fs::status(program).permissions(), fs::perms(0755));
+
+  d.cleanup = 0;
+  EXPECT_FALSE(fs::exists(BuildBundle(d, stub, At("out")) + "/Contents/Resources/Data3"));
+}
 TEST_F(BundleReadbackTest, ARebuildReplacesTheBundleButNothingElse) {
   auto d = FullDescription();
   const std::string bundle = BuildBundle(d, stub, At("out"));

@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "core/pixel_pictures.h"
+#include "payload/archives.h"
 
 namespace ostrel::test {
 
@@ -76,6 +77,13 @@ bundler::SetupDescription BundlerTest::FullDescription() {
   WriteFile(At("resources/After.app/Contents/MacOS/After"), "#!/bin/sh\n");
   d.resources = {At("resources/After.app")};
   return d;
+}
+
+std::string BundlerTest::Unscrambled(const std::string& scrambled, const std::string& to) const {
+  fs::create_directories(fs::path(to).parent_path());
+  fs::copy_file(scrambled, to);
+  ViewConst::EncryptDecryptFileEnd(to, false);
+  return to;
 }
 
 std::string DemoDescriptionPath() {

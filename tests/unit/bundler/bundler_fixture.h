@@ -24,6 +24,8 @@ class BundlerTest : public SandboxTest {
   std::string MakePayload(const std::string& name);
   // A description that builds as it is: every field set.
   bundler::SetupDescription FullDescription();
+  // Copies a scrambled archive of the bundle (Data2, Data3) to `to`, unscrambled there.
+  std::string Unscrambled(const std::string& scrambled, const std::string& to) const;
 
   std::string stub;
 };

@@ -16,18 +16,20 @@ class DescriptionFileTest : public BundlerTest {
     BundlerTest::SetUp();
     MakePayload("desc/app");
   }
+  static constexpr const char* kRequired = "name = Demo\ntarget = DemoApp\npayload = app\n";
   bundler::SetupDescription Parse(const std::string& body) {
-    return ParseDescription("name = Demo\ntarget = DemoApp\npayload = app\n" + body, At("desc"), "demo.setup");
+    return ParseDescription(kRequired + body, At("desc"), "demo.setup");
   }
-  // The error message for a description, or "" when it parsed.
-  std::string ErrorOf(const std::string& body) {
+  // The error message for a whole description, or "" when it parsed.
+  std::string ErrorOfText(const std::string& text) {
     try {
-      Parse(body);
+      ParseDescription(text, At("desc"), "demo.setup");
     } catch (const DescriptionError& e) {
       return e.what();
     }
     return "";
   }
+  std::string ErrorOf(const std::string& body) { return ErrorOfText(kRequired + body); }
 };
 
 TEST_F(DescriptionFileTest, KeysFillTheirFields) {
@@ -55,7 +57,10 @@ TEST_F(DescriptionFileTest, KeysFillTheirFields) {
       "logo = @logo.png\n"
       "background = F[12],1,2\n"
       "action = createfolder=UserAccount/A\n"
-      "action = delete=UserAccount/B\n");
+      "action = delete=UserAccount/B\n"
+      "resource = before.sh\n"
+      "resource = /abs/After.app\n"
+      "cleanup_program = tools/clean\n");
   EXPECT_EQ(d.bundleName, "Demo");
   EXPECT_EQ(d.targetFolder, "DemoApp");
   EXPECT_EQ(d.payloadFolder, At("desc") + "/app");
@@ -80,6 +85,8 @@ TEST_F(DescriptionFileTest, KeysFillTheirFields) {
   EXPECT_EQ(d.background.width, 1);
   EXPECT_EQ(d.background.height, 2);
   EXPECT_EQ(d.postInstallActions, "createfolder=UserAccount/A|delete=UserAccount/B");
+  EXPECT_EQ(d.resources, (std::vector<std::string>{At("desc/before.sh"), "/abs/After.app"}));
+  EXPECT_EQ(d.cleanupProgram, At("desc/tools/clean"));
 }
 
 TEST_F(DescriptionFileTest, AFormatKeyOverridesTheFileName) {
@@ -115,24 +122,16 @@ TEST_F(DescriptionFileTest, ErrorsNameTheFileAndTheLine) {
 }
 
 TEST_F(DescriptionFileTest, RequiredKeysAndOnePayload) {
-  auto errorOf = [&](const std::string& text) {
-    try {
-      ParseDescription(text, At("desc"), "d.setup");
-    } catch (const DescriptionError& e) {
-      return std::string(e.what());
-    }
-    return std::string();
-  };
-  EXPECT_EQ(errorOf("target = A\npayload = app\n"), "d.setup: the key \"name\" is missing");
-  EXPECT_EQ(errorOf("name = A\npayload = app\n"), "d.setup: the key \"target\" is missing");
-  EXPECT_EQ(errorOf("name = A\ntarget = A\n"), "d.setup: give exactly one of \"payload\" and \"payload_generate\"");
-  EXPECT_EQ(errorOf("name = A\ntarget = A\npayload = app\npayload_generate = demo:10\n"),
-            "d.setup: give exactly one of \"payload\" and \"payload_generate\"");
-  EXPECT_EQ(errorOf("name = A\ntarget = A\npayload = nothing\n"),
-            "d.setup:3: no payload folder " + At("desc") + "/nothing");
-  EXPECT_EQ(errorOf("name = A\ntarget = A\npayload = app\nactions = a=b\naction = c=d\n"),
-            "d.setup: give the action list either as \"actions\" or as \"action\" lines, not both");
-  EXPECT_EQ(errorOf("name = A\ntarget = A\npayload_generate = demo:300\n"), "");
+  EXPECT_EQ(ErrorOfText("target = A\npayload = app\n"), "demo.setup: the key \"name\" is missing");
+  EXPECT_EQ(ErrorOfText("name = A\npayload = app\n"), "demo.setup: the key \"target\" is missing");
+  EXPECT_EQ(ErrorOfText("name = A\ntarget = A\n"), "demo.setup: give exactly one of \"payload\" and \"payload_generate\"");
+  EXPECT_EQ(ErrorOfText("name = A\ntarget = A\npayload = app\npayload_generate = demo:10\n"),
+            "demo.setup: give exactly one of \"payload\" and \"payload_generate\"");
+  EXPECT_EQ(ErrorOfText("name = A\ntarget = A\npayload = nothing\n"),
+            "demo.setup:3: no payload folder " + At("desc") + "/nothing");
+  EXPECT_EQ(ErrorOfText("name = A\ntarget = A\npayload = app\nactions = a=b\naction = c=d\n"),
+            "demo.setup: give the action list either as \"actions\" or as \"action\" lines, not both");
+  EXPECT_EQ(ErrorOfText("name = A\ntarget = A\npayload_generate = demo:300\n"), "");
 }
 
 }  // namespace

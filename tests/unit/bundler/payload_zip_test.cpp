@@ -79,12 +79,11 @@ TEST_F(PayloadZipTest, TheArchiveHoldsTheTreeUnderOneTopLevelFolder) {
     EXPECT_EQ(item.name.rfind("DemoApp/", 0), 0u) << item.name;
     byName[item.name] = item;
   }
-  EXPECT_TRUE(byName["DemoApp/bin/tool"].content == std::string(100'000, 'x') + "end");
-  EXPECT_EQ(byName["DemoApp/bin/tool"].perm, 0750);
+  // Bytes and modes come back whole through the installer below; a streaming
+  // reader, as common tools read, must see the link and the UTF-8 name too.
   EXPECT_EQ(byName["DemoApp/a/readme-link"].type, AE_IFLNK);
   EXPECT_EQ(byName["DemoApp/a/readme-link"].content, "../readme.txt");
   EXPECT_EQ(byName["DemoApp/Größe.txt"].content, "non-ASCII name");
-  EXPECT_EQ(byName.count("DemoApp/empty/"), 1u);
 }
 
 TEST_F(PayloadZipTest, TheBundlesPayloadExpandsBackToTheSameTree) {
@@ -93,10 +92,7 @@ TEST_F(PayloadZipTest, TheBundlesPayloadExpandsBackToTheSameTree) {
   const std::string data2 = bundle + "/Contents/Resources/Data2";
   EXPECT_NE(ReadFile(data2).substr(0, 2), "PK");  // scrambled
 
-  const std::string work = At("install/DemoApp.zip");
-  fs::create_directories(At("install"));
-  fs::copy_file(data2, work);
-  ViewConst::EncryptDecryptFileEnd(work, false);
+  const std::string work = Unscrambled(data2, At("install/DemoApp.zip"));
   EXPECT_EQ(ReadFile(work).substr(0, 2), "PK");
   const auto result = ExpandZipArchive(work, At("install"));
   ASSERT_TRUE(result.ok) << result.error;
@@ -107,22 +103,15 @@ TEST_F(PayloadZipTest, APatchSetupCarriesThePatchFolder) {
   auto d = FullDescription();
   d.installationPatch = true;
   const std::string data2 = bundler::BuildBundle(d, stub, At("out")) + "/Contents/Resources/Data2";
-  const std::string work = At("w.zip");
-  fs::copy_file(data2, work);
-  ViewConst::EncryptDecryptFileEnd(work, false);
-  EXPECT_EQ(ReadZip(work).at(0).name, "DemoAppPatch/");
+  EXPECT_EQ(ReadZip(Unscrambled(data2, At("w.zip"))).at(0).name, "DemoAppPatch/");
 }
 
-TEST_F(PayloadZipTest, OnlyFilesFoldersAndLinksAreStored) {
-  const std::string payload = MakePayload("payload");
-  ASSERT_EQ(mkfifo((payload + "/pipe").c_str(), 0644), 0);
-  EXPECT_THROW(bundler::WritePayloadZip(payload, "DemoApp", At("p.zip")), bundler::BadInput);
-  EXPECT_THROW(bundler::WritePayloadZip(At("missing"), "DemoApp", At("p.zip")), bundler::BadInput);
-}
-
-TEST_F(PayloadZipTest, TheOutputMayNotLieInsideThePayload) {
+TEST_F(PayloadZipTest, OnlyFilesFoldersAndLinksAreStoredAndNotIntoThePayloadItself) {
   auto d = FullDescription();
   EXPECT_THROW(bundler::BuildBundle(d, stub, d.payloadFolder + "/out"), bundler::BadInput);
+  ASSERT_EQ(mkfifo((d.payloadFolder + "/pipe").c_str(), 0644), 0);
+  EXPECT_THROW(bundler::WritePayloadZip(d.payloadFolder, "DemoApp", At("p.zip")), bundler::BadInput);
+  EXPECT_THROW(bundler::WritePayloadZip(At("missing"), "DemoApp", At("p.zip")), bundler::BadInput);
 }
 
 TEST_F(PayloadZipTest, TheDemoPayloadIsTheSameTreeEveryTime) {
@@ -155,10 +144,7 @@ TEST_F(PayloadZipTest, AGeneratedPayloadIsRemadeOnEachBuildButAForeignFolderIsKe
   bundler::BuildBundle(d, stub, At("out"));
   EXPECT_FALSE(fs::exists(generated + "/extra.txt"));
 
-  const std::string work = At("w.zip");
-  fs::copy_file(bundle + "/Contents/Resources/Data2", work);
-  ViewConst::EncryptDecryptFileEnd(work, false);
-  ASSERT_TRUE(ViewConst::ZipFileToFolder(work, At("installed"), true));
+  ASSERT_TRUE(ViewConst::ZipFileToFolder(Unscrambled(bundle + "/Contents/Resources/Data2", At("w.zip")), At("installed"), true));
   EXPECT_EQ(TreeDiff(generated, At("installed/DemoApp")), "");
 
   WriteFile(At("out3/payload/DemoApp/mine.txt"), "the user's own");

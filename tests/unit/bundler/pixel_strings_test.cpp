@@ -54,10 +54,6 @@ TEST_F(PixelRunsTest, EveryShapeOfTextExpandsBackExactly) {
   }
 }
 
-TEST_F(PixelRunsTest, HexDigitsAreUpperCaseRedGreenBlue) {
-  EXPECT_EQ(bundler::HexFromRgb({0x00, 0xAB, 0xFF, 0x12, 0x9C, 0x0D}), "00ABFF129C0D");
-}
-
 class PictureFileTest : public BundlerTest {};
 
 TEST_F(PictureFileTest, APngBecomesRowsOfPixelsOverWhite) {
@@ -82,18 +78,6 @@ TEST_F(PictureFileTest, ALargeFlatPictureStaysSmallAndExact) {
   EXPECT_EQ(hex.substr((5 * 396 + 7) * 6, 6), "123456");
   EXPECT_EQ(hex.substr(100 * 396 * 6, 6), "EEEEEE");
   EXPECT_EQ(hex.substr(hex.size() - 6), "FFFFFF");
-}
-
-TEST_F(PictureFileTest, AFieldIsPixelsWidthAndHeight) {
-  bundler::PictureSource s;
-  EXPECT_EQ(bundler::PictureField(s, "logo"), "");
-  s.pixels = "0[12]";
-  s.width = 1;
-  s.height = 2;
-  EXPECT_EQ(bundler::PictureField(s, "logo"), "0[12],1,2");
-
-  s.pngPath = WritePng("one.png", {{QColor(255, 255, 255)}});
-  EXPECT_EQ(bundler::PictureField(s, "logo"), "F[6],1,1");
 }
 
 TEST_F(PictureFileTest, BadPicturesAreRefused) {

@@ -56,16 +56,6 @@ TEST_F(PixelPictureTest, PixelsRunRowByRowFromTheTopLeft) {
   EXPECT_EQ(picture->transparent, 0);
 }
 
-TEST_F(PixelPictureTest, RunsAreExpandedBeforeDecoding) {
-  auto white = ViewConst::PixelStringToPicture(1, 1, "FF[5]");
-  ASSERT_TRUE(white);
-  EXPECT_EQ(white->Pixel(0, 0), 0xFFFFFFu);
-  auto stripes = ViewConst::PixelStringToPicture(3, 2, "0[18]F[18]");
-  ASSERT_TRUE(stripes);
-  EXPECT_EQ(stripes->Pixel(2, 0), 0x000000u);
-  EXPECT_EQ(stripes->Pixel(0, 1), 0xFFFFFFu);
-}
-
 TEST_F(PixelPictureTest, AnEmptyTextIsNoPictureAndNoMessage) {
   EXPECT_FALSE(ViewConst::PixelStringToPicture(1, 1, ""));
   EXPECT_TRUE(ui.modals.empty());

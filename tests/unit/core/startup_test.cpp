@@ -1,11 +1,9 @@
-// The ways out of startup and the main window as the record fills it.
+// The ways out of startup and the main window as the record fills it. A
+// setup started from the temporary folder is in relocation_test.cpp.
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
-
-#include <cctype>
-#include <ostream>
 
 #include "framework/posix/posix_platform.h"
 #include "support/forked_child.h"
@@ -17,20 +15,6 @@ namespace {
 const char* const kAdminMessage = "Cannot Install\n\nAn Administrator account is required to run this installer.";
 
 using StartupTest = CoreTest;
-
-TEST_F(StartupTest, AnInstallerInsideTheTemporaryFolderOnlyAsksToBeDragged) {
-  platform.executablePath = At("tmp/dl/Setup.app/Contents/MacOS/Setup");
-  SetupRecord r = PlainRecord();
-  r.text[9] = "Never read";
-  WriteFile(At("tmp/dl/Setup.app/Contents/Resources/Data"), "x");
-  WriteFile(At("tmp/dl/Setup.app/Contents/Resources/TextData"), r.TextData());
-
-  EXPECT_EQ(Open(), 0);
-  EXPECT_EQ(ui.messages, (std::vector<std::string>{"Drag the installer out of the Downloads folder before running it."}));
-  EXPECT_EQ(window->fTimeStamp, "");
-  EXPECT_EQ(window->Title(), "Install");
-  EXPECT_EQ(platform.broughtToFront, 0);
-}
 
 TEST_F(StartupTest, AWritableApplicationsFolderPassesAndKeepsNoProbeButSomeoneElses) {
   WriteRecord(PlainRecord());
@@ -83,89 +67,52 @@ TEST_F(StartupTest, NoRecordEndsInInstallationFailed) {
 
 // --- Minimum system and memory.
 
-struct SystemCase {
-  const char* key;
-  int64_t major, minor;
-  bool fires;
-};
-
-class MinimumSystemTest : public CoreTest, public ::testing::WithParamInterface<SystemCase> {};
-
-TEST_P(MinimumSystemTest, FiresOnlyBelowItsRelease) {
-  const SystemCase c = GetParam();
-  platform.facts["sys1"] = c.major;
-  platform.facts["sys2"] = c.minor;
-  window->fMinOS = c.key;
-  EXPECT_EQ(window->CheckMinOSorRAM(), !c.fires);
-  if (c.fires) {
-    ASSERT_EQ(ui.messages.size(), 1u);
-    const std::string version = std::string(c.key).substr(5);
-    EXPECT_EQ(ui.messages[0], "Mac OS X " + version + " or later is required.");
-  } else {
-    EXPECT_TRUE(ui.messages.empty());
+TEST_F(StartupTest, TheMinimumSystemFiresOnlyBelowItsRelease) {
+  struct Row {
+    const char* key;
+    int64_t major, minor;
+    bool fires;
+  };
+  // Each row just below its release and at it, and the rows that never fire.
+  const Row rows[] = {
+      {"MacOS10.10", 10, 9, true}, {"MacOS10.10", 10, 10, false}, {"MacOS10.11", 10, 10, true},
+      {"MacOS10.11", 10, 11, false}, {"MacOS10.12", 10, 11, true}, {"MacOS10.12", 11, 4, false},
+      {"MacOS10.13", 10, 12, true}, {"MacOS10.13", 10, 13, false}, {"MacOS10.14", 10, 13, true},
+      {"MacOS10.14", 10, 14, false}, {"MacOS10.15", 10, 14, true}, {"MacOS10.15", 10, 15, false},
+      {"MacOS11.0", 10, 15, true}, {"MacOS11.0", 11, 0, false}, {"MacOS11.1", 11, 0, true},
+      {"MacOS11.1", 11, 1, false}, {"MacOS11.2", 11, 1, true}, {"MacOS11.2", 12, 0, false},
+      {"macos11.3", 11, 2, true}, {"MacOS11.3", 11, 3, false}, {"MacOS9", 1, 0, false}, {"", 1, 0, false}};
+  for (const Row& r : rows) {
+    SCOPED_TRACE(std::string(r.key) + " on " + std::to_string(r.major) + "." + std::to_string(r.minor));
+    ui.messages.clear();
+    platform.facts["sys1"] = r.major;
+    platform.facts["sys2"] = r.minor;
+    window->fMinOS = r.key;
+    EXPECT_EQ(window->CheckMinOSorRAM(), !r.fires);
+    if (r.fires)  // the message names the release after "MacOS"
+      EXPECT_EQ(ui.messages, std::vector<std::string>{"Mac OS X " + std::string(r.key + 5) + " or later is required."});
+    else
+      EXPECT_TRUE(ui.messages.empty());
   }
 }
 
-void PrintTo(const SystemCase& c, std::ostream* out) {
-  *out << "\"" << c.key << "\" on " << c.major << "." << c.minor << (c.fires ? " fires" : " passes");
+TEST_F(StartupTest, TheMinimumMemoryFiresOneMegabyteBelowItsLimit) {
+  const std::tuple<const char*, int64_t, const char*> rows[] = {
+      {"250MB", 250, "250 MB RAM is required."}, {"500MB", 500, "500 MB RAM is required."},
+      {"1GB", 1000, "1 GB RAM is required."},    {"2gb", 2000, "2 GB RAM is required."},
+      {"4GB", 4000, "4 GB RAM is required."},    {"8GB", 8000, "8 GB RAM is required."},
+      {"16GB", 16000, "16 GB RAM is required."}, {"32GB", 32000, "32 GB RAM is required."}};
+  for (const auto& [key, limit, message] : rows) {
+    SCOPED_TRACE(key);
+    ui.messages.clear();
+    window->fMinRAM = key;
+    platform.facts["ramm"] = limit;
+    EXPECT_TRUE(window->CheckMinOSorRAM());
+    platform.facts["ramm"] = limit - 1;
+    EXPECT_FALSE(window->CheckMinOSorRAM());
+    EXPECT_EQ(ui.messages, std::vector<std::string>{message});
+  }
 }
-
-// The case as a test name: "MacOS10_12_on_11_4_passes".
-std::string SystemCaseName(const ::testing::TestParamInfo<SystemCase>& info) {
-  std::string key = *info.param.key ? info.param.key : "NoKey";
-  for (char& ch : key)
-    if (!std::isalnum(static_cast<unsigned char>(ch))) ch = '_';
-  return key + "_on_" + std::to_string(info.param.major) + "_" + std::to_string(info.param.minor) +
-         (info.param.fires ? "_fires" : "_passes");
-}
-
-// Each row just below its release and at it, and the rows that never fire.
-INSTANTIATE_TEST_SUITE_P(
-    Rows, MinimumSystemTest,
-    ::testing::Values(
-        SystemCase{"MacOS10.10", 10, 9, true}, SystemCase{"MacOS10.10", 10, 10, false},
-        SystemCase{"MacOS10.11", 10, 10, true}, SystemCase{"MacOS10.11", 10, 11, false},
-        SystemCase{"MacOS10.12", 10, 11, true}, SystemCase{"MacOS10.12", 11, 4, false},
-        SystemCase{"MacOS10.13", 10, 12, true}, SystemCase{"MacOS10.13", 10, 13, false},
-        SystemCase{"MacOS10.14", 10, 13, true}, SystemCase{"MacOS10.14", 10, 14, false},
-        SystemCase{"MacOS10.15", 10, 14, true}, SystemCase{"MacOS10.15", 10, 15, false},
-        SystemCase{"MacOS11.0", 10, 15, true}, SystemCase{"MacOS11.0", 11, 0, false},
-        SystemCase{"MacOS11.1", 11, 0, true}, SystemCase{"MacOS11.1", 11, 1, false},
-        SystemCase{"MacOS11.2", 11, 1, true}, SystemCase{"MacOS11.2", 12, 0, false},
-        SystemCase{"macos11.3", 11, 2, true}, SystemCase{"MacOS11.3", 11, 3, false},
-        SystemCase{"MacOS9", 1, 0, false}, SystemCase{"", 1, 0, false}),
-    SystemCaseName);
-
-struct MemoryCase {
-  const char* key;
-  int64_t limit;
-  const char* message;
-};
-
-class MinimumMemoryTest : public CoreTest, public ::testing::WithParamInterface<MemoryCase> {};
-
-TEST_P(MinimumMemoryTest, FiresOneMegabyteBelowItsLimit) {
-  const MemoryCase c = GetParam();
-  window->fMinRAM = c.key;
-  platform.facts["ramm"] = c.limit;
-  EXPECT_TRUE(window->CheckMinOSorRAM());
-  platform.facts["ramm"] = c.limit - 1;
-  EXPECT_FALSE(window->CheckMinOSorRAM());
-  EXPECT_EQ(ui.messages, std::vector<std::string>{c.message});
-}
-
-void PrintTo(const MemoryCase& c, std::ostream* out) { *out << "\"" << c.key << "\" below " << c.limit << " MB"; }
-
-INSTANTIATE_TEST_SUITE_P(Rows, MinimumMemoryTest,
-                         ::testing::Values(MemoryCase{"250MB", 250, "250 MB RAM is required."},
-                                           MemoryCase{"500MB", 500, "500 MB RAM is required."},
-                                           MemoryCase{"1GB", 1000, "1 GB RAM is required."},
-                                           MemoryCase{"2gb", 2000, "2 GB RAM is required."},
-                                           MemoryCase{"4GB", 4000, "4 GB RAM is required."},
-                                           MemoryCase{"8GB", 8000, "8 GB RAM is required."},
-                                           MemoryCase{"16GB", 16000, "16 GB RAM is required."},
-                                           MemoryCase{"32GB", 32000, "32 GB RAM is required."}),
-                         [](const ::testing::TestParamInfo<MemoryCase>& info) { return std::string(info.param.key); });
 
 TEST_F(StartupTest, TheMemoryInstalledCountsNotWhatTheKernelKeepsForItself) {
   // 8 GiB in blocks of 128 MiB, of which the kernel reports some 7,800 MB usable.

@@ -38,14 +38,6 @@ TEST_F(DocumentDialogTest, ShorterAgreementWindowShrinksTheTextAndCarriesTheButt
   EXPECT_EQ(d.fBtnName, "OKBtn");
 }
 
-TEST_F(DocumentDialogTest, WiderAgreementWindowKeepsButtonsAtTheRightEdge) {
-  LicenseAgreementWindow d;
-  d.SetSize(890, 510);
-  EXPECT_EQ(d.AgreementEdit.geometry(), (fw::Rect{20, 14, 850, 444}));
-  EXPECT_EQ(d.OKBtn.geometry(), (fw::Rect{790, 470, 80, 20}));
-  EXPECT_EQ(d.QuitBtn.geometry(), (fw::Rect{698, 470, 80, 20}));
-}
-
 TEST_F(DocumentDialogTest, EachButtonReportsItsOwnName) {
   {
     LicenseAgreementWindow d;

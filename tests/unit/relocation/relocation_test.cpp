@@ -126,6 +126,8 @@ TEST_F(RelocationTest, AForgedMarkerDoesNotLetACopyThrough) {
     ui.messages.clear();
     EXPECT_EQ(OpenCopy(folder), 0);
     EXPECT_EQ(ui.messages, std::vector<std::string>{kDragMessage});
+    EXPECT_EQ(window->fTimeStamp, "");  // quit before the record is read
+    EXPECT_EQ(platform.broughtToFront, 0);
     EXPECT_FALSE(window->fRelocatedCopy);
     EXPECT_TRUE(ui.folderDialogs.empty());
   }
