@@ -11,9 +11,11 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cstdlib>
 #include <cerrno>
 #include <condition_variable>
 #include <deque>
+#include <fstream>
 #include <memory>
 #include <mutex>
 #include <set>
@@ -23,13 +25,23 @@
 #include <vector>
 
 #include "dialogs/globals_kv.h"
-#include "fileutil/tree_listing.h"
 #include "fileutil/view_const.h"
 #include "framework/file_copy.h"
+#include "framework/folder_walk.h"
 #include "framework/own_files.h"
 
 namespace ViewConst {
 namespace {
+
+// The process's umask, read without changing it.
+unsigned ProcessUmask() {
+  std::ifstream status("/proc/self/status");
+  for (std::string line; std::getline(status, line);)
+    if (line.rfind("Umask:", 0) == 0) return static_cast<unsigned>(std::strtoul(line.c_str() + 6, nullptr, 8));
+  const mode_t mask = umask(022);  // no /proc: the old way, briefly changing it
+  umask(mask);
+  return mask;
+}
 
 // A source folder and its copy, open; the last file job of the pair closes both.
 struct FolderPair {
@@ -76,7 +88,7 @@ bool CopyOne(const FileJob& job, mode_t mask, std::vector<char>& buffer) {
 
 class TreeCopier {
  public:
-  TreeCopier() : mask_(detail::ProcessUmask()) {}
+  TreeCopier() : mask_(ProcessUmask()) {}
 
   // Copies the open source folder's content into the open destination; both
   // descriptors are taken over.
@@ -142,7 +154,7 @@ class TreeCopier {
     const auto pair = std::make_shared<FolderPair>(from, to, live_);
     const auto self = std::make_pair(fromSt.st_dev, fromSt.st_ino);
     const bool tracked = ancestors.insert(self).second;
-    const auto entries = detail::ListFolder(from);
+    const auto entries = fw::ListFolder(from);
     for (auto it = entries.rbegin(); it != entries.rend(); ++it) {
       const char* name = it->name.c_str();
       unsigned char type = it->type;
@@ -209,7 +221,7 @@ bool CopyFolder(const std::string& source, const std::string& destination) {
   // go: a failure unless there are none.
   const int dst = open(to->NativePath().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (dst < 0) {
-    const bool empty = detail::ListFolder(src).empty();
+    const bool empty = fw::ListFolder(src).empty();
     close(src);
     return empty;
   }
