@@ -152,5 +152,24 @@ TEST_F(BareRootTest, WithNoDisplayTheStubSaysSoAndEndsWithZero) {
   EXPECT_FALSE(fs::exists(At("target")));
 }
 
+// What goes out: a stub with no symbols, no debug information and no folder
+// of the machine that built it, under 2 MB; a thin bundle carries nothing.
+TEST_F(BareRootTest, TheShippedStubIsStrippedAndNamesNoFolderOfThisMachine) {
+  auto d = TestSetup();
+  d.cleanup = 1;
+  WriteFile(At("payload-source/readme.txt"), "read me");
+  for (const bool carried : {true, false}) {
+    const std::string bundle = bundler::BuildBundle(d, OSTREL_STUB_BINARY, At(carried ? "full" : "thin"), carried);
+    EXPECT_EQ(fs::exists(bundle + "/Contents/Frameworks/libQt6Core.so.6"), carried);
+    EXPECT_EQ(fs::exists(bundle + "/Contents/PlugIns/platforms/libqxcb.so"), carried);
+    EXPECT_EQ(fs::read_symlink(bundle + "/Install Gui Setup"), "Contents/MacOS/GuiSetup");
+    const std::string stub = ReadFile(bundle + "/Contents/MacOS/GuiSetup");
+    EXPECT_LT(stub.size(), 2u << 20);
+    for (const std::string& telltale : {std::string(".symtab"), std::string(".debug_info"),
+                                        std::string(OSTREL_SOURCE_DIR), std::string(OSTREL_BINARY_DIR)})
+      EXPECT_EQ(stub.find(telltale), std::string::npos) << telltale;
+  }
+}
+
 }  // namespace
 }  // namespace ostrel::test

@@ -127,7 +127,7 @@ std::string BuildBundle(const SetupDescription& description, const std::string& 
     fs::create_directories(macos);
     fs::create_directories(resources);
     const fs::path executable = macos / d.executableName;
-    WriteStrippedCopy(stubBinary, executable.string());
+    CopyProgram(stubBinary, executable.string());
     if (carryRuntime) CarryRuntime(stubBinary, (root / "Contents").string());
     // What a file manager shows at the bundle's top: the one thing to start.
     fs::create_symlink("Contents/MacOS/" + d.executableName, root / ("Install " + d.bundleName));

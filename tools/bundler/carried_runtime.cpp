@@ -147,7 +147,18 @@ std::vector<std::string> NeededLibraries(const std::string& elfFile) { return Re
 
 std::string LinkedRunPath(const std::string& elfFile) { return ReadDynamic(elfFile).runPath; }
 
-void WriteStrippedCopy(const std::string& program, const std::string& destination) {
+bool IsElfFile(const std::string& file) {
+  char magic[SELFMAG] = {};
+  std::ifstream(file, std::ios::binary).read(magic, sizeof magic);
+  return std::memcmp(magic, ELFMAG, SELFMAG) == 0;
+}
+
+void CopyProgram(const std::string& program, const std::string& destination) {
+  if (!IsElfFile(program)) {
+    fs::copy_file(program, destination);
+    fs::permissions(destination, static_cast<fs::perms>(0755));
+    return;
+  }
   // One process for the one executable, by argument list.
   std::vector<std::string> args{"strip", "--strip-all", "-o", destination, program};
   std::vector<char*> argv;

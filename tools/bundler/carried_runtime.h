@@ -23,10 +23,13 @@ std::vector<std::string> NeededLibraries(const std::string& elfFile);
 // The run path an executable was linked with (DT_RPATH or DT_RUNPATH), or "".
 std::string LinkedRunPath(const std::string& elfFile);
 
-// Writes a stripped copy of `program` to `destination` (mode 0755): no
-// symbols and no debug information, so no path of the build machine goes
-// out with the bundle. Throws std::runtime_error when `strip` fails.
-void WriteStrippedCopy(const std::string& program, const std::string& destination);
+bool IsElfFile(const std::string& file);
+
+// Writes a copy of `program` to `destination` (mode 0755); an ELF program
+// goes stripped of its symbols and debug information, so that no path of
+// the build machine goes out with the bundle (a script is copied as it is).
+// Throws std::runtime_error when `strip` fails.
+void CopyProgram(const std::string& program, const std::string& destination);
 
 // Copies into `contents` ("<bundle>/Contents") the libraries that `stub`
 // needs beyond the base system into Frameworks/, and the Qt plugins a run

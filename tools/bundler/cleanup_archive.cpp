@@ -3,9 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstring>
 #include <filesystem>
-#include <fstream>
 
 #include "bundler/carried_runtime.h"
 #include "bundler/payload_zip.h"
@@ -25,12 +23,6 @@ std::string CleanupProgram(const SetupDescription& d, const std::string& stubBin
   return program;
 }
 
-bool IsElfFile(const std::string& file) {
-  char magic[4] = {};
-  std::ifstream(file, std::ios::binary).read(magic, sizeof magic);
-  return std::memcmp(magic, "\177ELF", 4) == 0;
-}
-
 void WriteCleanupArchive(const std::string& program, const std::string& data3, const std::string& scratch,
                          bool selfContained) {
   // The archive expands into "PostInstallCleanup.app", so it holds the
@@ -38,19 +30,14 @@ void WriteCleanupArchive(const std::string& program, const std::string& data3, c
   const fs::path contents = fs::path(scratch) / "Contents";
   fs::create_directories(contents / "MacOS");
   const fs::path copy = contents / "MacOS" / "PostInstallCleanup";
-  if (IsElfFile(program)) {
-    // It runs from the temporary folder, after the stub has quit: nothing
-    // the bundle carries is beside it there, so it may need the base system only.
-    if (selfContained)
-      for (const std::string& library : NeededLibraries(program))
-        if (!InBaseSystem(library))
-          throw BadInput("the clean-up program " + program + " needs " + library +
-                         ", which a receiver may not have; link it statically or make a --thin bundle");
-    WriteStrippedCopy(program, copy.string());
-  } else {
-    fs::copy_file(program, copy);
-  }
-  fs::permissions(copy, static_cast<fs::perms>(0755));
+  // It runs from the temporary folder, after the stub has quit: nothing the
+  // bundle carries is beside it there, so it may need the base system only.
+  if (selfContained && IsElfFile(program))
+    for (const std::string& library : NeededLibraries(program))
+      if (!InBaseSystem(library))
+        throw BadInput("the clean-up program " + program + " needs " + library +
+                       ", which a receiver may not have; link it statically or make a --thin bundle");
+  CopyProgram(program, copy.string());
   WritePayloadZip(contents.string(), "Contents", data3);
   fs::remove_all(scratch);
 }
