@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Measures the installer's own file work against the standard tools, side by
 # side in one run, and prints one table (also written to bench/latest.md).
-# The download row fetches 1 GiB from the project's own server on
+# bench/startup.sh adds the start-up and size rows of the self-contained
+# bundle. The download row fetches 1 GiB from the project's own server on
 # 127.0.0.1 through the stub's HTTP client, and the same URL with curl.
 #   bench/run.sh [RUNS]        RUNS timed runs of each, 3 unless given
 # The corpus (about 20,000 files in 2,500 folders, 600 MB, and one 1 GiB
@@ -18,7 +19,7 @@ build="$root/build-bench"
 
 "$root/scripts/ensure-deps.sh"
 cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DOSTREL_TESTS=OFF -DOSTREL_BENCH=ON >/dev/null
-ninja -C "$build" ostrel-bench ostrel-bench-net ostrel-stub ostrel-bundle >&2
+ninja -C "$build" ostrel-bench ostrel-bench-net ostrel-stub ostrel-cleanup ostrel-bundle ostrel-bench-window >&2
 bench="$build/ostrel-bench"
 net="$build/ostrel-bench-net"
 
@@ -221,5 +222,9 @@ table="$(
   row "whole installation, Install to end" install-corpus-unchecked "cp -r of the tree" install-cp 1.5
   row "the same, Data2 checked (SHA-256)" install-corpus "cp -r of the tree" install-cp ""
   row "100 MB installation, Install to end" install-small "unzip -q of its archive" install-small-unzip 0.6
+  echo
+  echo "The self-contained bundle: start-up (medians of $((runs * 5)) starts) and sizes."
+  echo
+  "$root/bench/startup.sh" $((runs * 5)) "$build"
 )"
 echo "$table" | tee "$root/bench/latest.md"

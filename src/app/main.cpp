@@ -1,6 +1,7 @@
 // The stub's entry: the Qt application, the platform and window backends,
 // the application's open event, and the one main window.
 #include <langinfo.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <QApplication>
@@ -10,6 +11,7 @@
 #include <cstring>
 #include <memory>
 #include <optional>
+#include <string>
 
 #include "core/ostrel_stub_window.h"
 #include "framework/qt/qt_platform.h"
@@ -21,6 +23,38 @@
 namespace {
 
 bool gEnding = false;
+bool gStarted = false;
+
+// Qt ends a process whose display it cannot open with an abort. Before the
+// application stands, a fatal message from Qt is that: say so in one line and
+// end like every other run of the stub.
+void EndWhenNoDisplay(QtMsgType type, const QMessageLogContext&, const QString& text) {
+  if (gStarted) {
+    std::fprintf(stderr, "%s\n", text.toLocal8Bit().constData());
+    return;
+  }
+  // Qt's own lines on the way there would only bury the one that matters.
+  if (type != QtFatalMsg) return;
+  std::fprintf(stderr, "Install: no display could be opened, so the installer cannot show its window (%s).\n",
+               std::getenv("DISPLAY") ? "check DISPLAY" : "DISPLAY is not set");
+  std::fflush(stderr);
+  _exit(0);
+}
+
+// A bundle that carries Qt's plugins uses those alone: the system's plugins
+// belong to another Qt, which the carried libraries cannot load.
+void UseCarriedPlugins() {
+  char self[4096];
+  const ssize_t n = readlink("/proc/self/exe", self, sizeof self - 1);
+  if (n <= 0) return;
+  self[n] = '\0';
+  std::string plugins(self);
+  plugins.erase(plugins.rfind('/') + 1);
+  plugins += "../PlugIns";
+  struct stat st;
+  if (stat(plugins.c_str(), &st) == 0 && S_ISDIR(st.st_mode))
+    QCoreApplication::setLibraryPaths({QString::fromLocal8Bit(plugins.c_str())});
+}
 
 // Every run ends with exit code 0, also when the process is ended from
 // inside Qt (it exits with 1 when the X connection breaks under it).
@@ -34,7 +68,11 @@ void EndWithZero() {
 
 int main(int argc, char** argv) {
   std::atexit(EndWithZero);
+  UseCarriedPlugins();
+  qInstallMessageHandler(EndWhenNoDisplay);
   QApplication app(argc, argv);
+  gStarted = true;
+  qInstallMessageHandler(nullptr);
   // Archive names are UTF-8; under a non-UTF-8 locale (plain "C") libarchive
   // cannot convert them and would drop such entries.
   if (strcmp(nl_langinfo(CODESET), "UTF-8") != 0) setlocale(LC_CTYPE, "C.UTF-8");

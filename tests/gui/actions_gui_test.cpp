@@ -30,11 +30,6 @@ class ActionsGuiTest : public StubDriverTest {
     return TestSetup();
   }
   // Waits until `path` is gone; false when it is still there after `limit`.
-  static bool GoneWithin(const std::string& path, milliseconds limit) {
-    const auto end = steady_clock::now() + limit;
-    while (fs::exists(fs::symlink_status(path)) && steady_clock::now() < end) std::this_thread::sleep_for(100ms);
-    return !fs::exists(fs::symlink_status(path));
-  }
 };
 
 TEST_F(ActionsGuiTest, ABeforeProgramThatHoldsTheWaitIsShownItsAnswerThenTheWindow) {

@@ -27,7 +27,7 @@ void StubDriverTest::TearDown() {
 }
 
 void StubDriverTest::BuildAndStart(const bundler::SetupDescription& d) {
-  bundlePath = bundler::BuildBundle(d, OSTREL_STUB_BINARY, At("dist"));
+  bundlePath = bundler::BuildBundle(d, OSTREL_STUB_BINARY, At("dist"), carryRuntime);
   const std::string exe =
       bundlePath + "/Contents/MacOS/" + (d.executableName.empty() ? d.bundleName : d.executableName);
   fs::create_directories(At("runtime"));
@@ -41,7 +41,8 @@ void StubDriverTest::BuildAndStart(const bundler::SetupDescription& d) {
   env["XDG_RUNTIME_DIR"] = At("runtime");
   env["XDG_CONFIG_HOME"] = At("home/.config");
   for (const auto& [name, value] : extraEnv) env[name] = value;
-  stub = std::make_unique<Process>(std::vector<std::string>{exe}, env);
+  stub = launcher ? std::make_unique<Process>(launcher({exe}, env), x->Env())
+                  : std::make_unique<Process>(std::vector<std::string>{exe}, env);
 }
 
 void StubDriverTest::Shot(const std::string& windowId, const std::string& name) {
@@ -66,6 +67,13 @@ void StubDriverTest::ChooseFolder(const std::string& path) {
   x->Key(chooser, "ctrl+a");
   x->Type(chooser, path);
   x->Key(chooser, "Return");
+}
+
+bool StubDriverTest::GoneWithin(const std::string& path, std::chrono::milliseconds limit) {
+  const auto end = std::chrono::steady_clock::now() + limit;
+  while (fs::exists(fs::symlink_status(path)) && std::chrono::steady_clock::now() < end)
+    std::this_thread::sleep_for(100ms);
+  return !fs::exists(fs::symlink_status(path));
 }
 
 std::optional<int> StubDriverTest::Finish() { return stub->Wait(60s); }

@@ -4,6 +4,8 @@
 // <build>/gui-screenshots/<test name>/.
 #pragma once
 
+#include <chrono>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -26,6 +28,9 @@ class StubDriverTest : public SandboxTest {
   void Shot(const std::string& windowId, const std::string& name);
   // Types the folder into the folder chooser and accepts it.
   void ChooseFolder(const std::string& path);
+  // Waits until nothing is at `path` (what a clean-up program removes); false
+  // when something still is after `limit`.
+  static bool GoneWithin(const std::string& path, std::chrono::milliseconds limit);
   // Waits for the stub to end; its exit code.
   std::optional<int> Finish();
   // Replaces field `field` of the built bundle's TextData, as a careless tool
@@ -36,6 +41,11 @@ class StubDriverTest : public SandboxTest {
   void AnswerMessage(const std::string& shotName);
 
   std::map<std::string, std::string> extraEnv;  // for the stub, over the session's
+  bool carryRuntime = false;  // a self-contained bundle, as the command makes it
+  // Starts the stub's command line and environment some other way (in
+  // another root); by default they are started as they are.
+  std::function<std::vector<std::string>(const std::vector<std::string>&, const std::map<std::string, std::string>&)>
+      launcher;
   // The test setup: its bundle, main window and target "GuiApp", with the
   // payload from "payload-source" in the sandbox.
   bundler::SetupDescription TestSetup();

@@ -3,7 +3,9 @@
 #include <arpa/inet.h>
 #include <openssl/evp.h>
 #include <openssl/ssl.h>
+#include <openssl/pem.h>
 #include <openssl/x509.h>
+#include <openssl/x509v3.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -27,7 +29,7 @@ const char* StatusText(int status) {
 }
 
 // A context with a fresh key and a certificate for 127.0.0.1 signed by itself.
-std::shared_ptr<void> SelfSignedContext() {
+std::shared_ptr<void> SelfSignedContext(std::string& pem) {
   SSL_CTX* ctx = SSL_CTX_new(TLS_server_method());
   EVP_PKEY* key = EVP_EC_gen("P-256");
   X509* cert = X509_new();
@@ -38,8 +40,24 @@ std::shared_ptr<void> SelfSignedContext() {
   X509_NAME* name = X509_get_subject_name(cert);
   X509_NAME_add_entry_by_txt(name, "CN", MBSTRING_ASC, reinterpret_cast<const unsigned char*>("127.0.0.1"), -1, -1, 0);
   X509_set_issuer_name(cert, name);
+  // A client that trusts this certificate checks the address against it.
+  X509V3_CTX v3;
+  X509V3_set_ctx_nodb(&v3);
+  X509V3_set_ctx(&v3, cert, cert, nullptr, nullptr, 0);
+  if (X509_EXTENSION* san = X509V3_EXT_conf_nid(nullptr, &v3, NID_subject_alt_name, "IP:127.0.0.1")) {
+    X509_add_ext(cert, san, -1);
+    X509_EXTENSION_free(san);
+  }
   const bool ok = ctx && key && X509_sign(cert, key, EVP_sha256()) > 0 && SSL_CTX_use_certificate(ctx, cert) == 1 &&
                   SSL_CTX_use_PrivateKey(ctx, key) == 1;
+  if (ok) {
+    BIO* out = BIO_new(BIO_s_mem());
+    PEM_write_bio_X509(out, cert);
+    char* data = nullptr;
+    const long n = BIO_get_mem_data(out, &data);
+    pem.assign(data, static_cast<size_t>(n));
+    BIO_free(out);
+  }
   X509_free(cert);
   EVP_PKEY_free(key);
   if (!ok) {
@@ -97,7 +115,7 @@ std::string LocalHttpServer::Pattern(int64_t size) {
 }
 
 LocalHttpServer::LocalHttpServer(bool selfSignedTls) {
-  if (selfSignedTls) tls_ = SelfSignedContext();
+  if (selfSignedTls) tls_ = SelfSignedContext(certificatePem_);
   listener_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
   sockaddr_in a{};
   a.sin_family = AF_INET;
@@ -129,7 +147,7 @@ void LocalHttpServer::Route(const std::string& path, HttpReply reply) {
 }
 
 std::string LocalHttpServer::Url(const std::string& path) const {
-  return "http://127.0.0.1:" + std::to_string(port_) + path;
+  return std::string(tls_ ? "https" : "http") + "://127.0.0.1:" + std::to_string(port_) + path;
 }
 
 std::vector<HttpRequestSeen> LocalHttpServer::Requests() {

@@ -45,6 +45,8 @@ class LocalHttpServer {
 
   void Route(const std::string& path, HttpReply reply);
   int Port() const { return port_; }
+  // The self-signed certificate (PEM), for a client that is to trust it.
+  const std::string& CertificatePem() const { return certificatePem_; }
   std::string Url(const std::string& path) const;
   std::vector<HttpRequestSeen> Requests();
 
@@ -58,6 +60,7 @@ class LocalHttpServer {
   bool Answer(Connection& c, const HttpReply& r);
 
   std::shared_ptr<void> tls_;  // the TLS context, when there is one
+  std::string certificatePem_;
   int listener_ = -1;
   int port_ = 0;
   std::atomic<bool> stopping_{false};

@@ -11,6 +11,7 @@
 #include <fstream>
 
 #include "bundler/action_list_check.h"
+#include "bundler/carried_runtime.h"
 #include "bundler/cleanup_archive.h"
 #include "bundler/choice_archives.h"
 #include "bundler/demo_payload.h"
@@ -82,7 +83,7 @@ void ScramblePayload(const fs::path& archive) {
 }  // namespace
 
 std::string BuildBundle(const SetupDescription& description, const std::string& stubBinary,
-                        const std::string& outputFolder) {
+                        const std::string& outputFolder, bool carryRuntime) {
   SetupDescription d = description;
   CheckPlainName(d.bundleName, "the bundle's name");
   if (d.executableName.empty()) d.executableName = d.bundleName;
@@ -126,8 +127,10 @@ std::string BuildBundle(const SetupDescription& description, const std::string& 
     fs::create_directories(macos);
     fs::create_directories(resources);
     const fs::path executable = macos / d.executableName;
-    fs::copy_file(stubBinary, executable);
-    fs::permissions(executable, static_cast<fs::perms>(0755));
+    CopyProgram(stubBinary, executable.string());
+    if (carryRuntime) CarryRuntime(stubBinary, (root / "Contents").string());
+    // What a file manager shows at the bundle's top: the one thing to start.
+    fs::create_symlink("Contents/MacOS/" + d.executableName, root / ("Install " + d.bundleName));
     WriteBytes(resources / "Data", data);
     // The record names the choice and option archives with their pins.
     PackChoiceArchives(d, resources.string(), out.string());
@@ -139,7 +142,7 @@ std::string BuildBundle(const SetupDescription& description, const std::string& 
     ScramblePayload(resources / "Data2");
     CopyResources(d.resources, resources.string());
     if (!cleanupProgram.empty()) {
-      WriteCleanupArchive(cleanupProgram, (resources / "Data3").string(), (root / ".cleanup").string());
+      WriteCleanupArchive(cleanupProgram, (resources / "Data3").string(), (root / ".cleanup").string(), carryRuntime);
       ScramblePayload(resources / "Data3");
     }
     std::vector<std::string> pieces;

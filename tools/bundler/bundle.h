@@ -8,7 +8,8 @@
 namespace ostrel::bundler {
 
 // Writes "<outputFolder>/<bundleName>.app" and answers its path:
-//   Contents/MacOS/<executable>  a copy of the stub, mode 0755
+//   Contents/MacOS/<executable>  a stripped copy of the stub, mode 0755
+//   Install <name>               a link to it, what a person double-clicks
 //   Contents/Resources/Data      the enciphered record
 //   Contents/Resources/TextData  the text record, UTF-8
 //   Contents/Resources/Data2     the payload, a zip archive, scrambled
@@ -26,7 +27,12 @@ namespace ostrel::bundler {
 // std::runtime_error when writing fails. The scrambling of the payload runs
 // through the installer's own file routines, so a framework platform must be
 // installed (the command installs the POSIX one).
+// With `carryRuntime` the bundle also holds Contents/Frameworks and
+// Contents/PlugIns (carried_runtime.h), and runs where neither Qt nor the
+// archive libraries are installed; the command does this unless --thin.
+// Either way the stub is a stripped copy, and the bundle's top holds a link
+// "Install <name>" to it for a person who opens the bundle's folder.
 std::string BuildBundle(const SetupDescription& description, const std::string& stubBinary,
-                        const std::string& outputFolder);
+                        const std::string& outputFolder, bool carryRuntime = false);
 
 }  // namespace ostrel::bundler

@@ -5,6 +5,7 @@
 
 #include <filesystem>
 
+#include "bundler/carried_runtime.h"
 #include "bundler/payload_zip.h"
 
 namespace ostrel::bundler {
@@ -22,13 +23,21 @@ std::string CleanupProgram(const SetupDescription& d, const std::string& stubBin
   return program;
 }
 
-void WriteCleanupArchive(const std::string& program, const std::string& data3, const std::string& scratch) {
+void WriteCleanupArchive(const std::string& program, const std::string& data3, const std::string& scratch,
+                         bool selfContained) {
   // The archive expands into "PostInstallCleanup.app", so it holds the
   // bundle's inside: Contents/MacOS/PostInstallCleanup.
   const fs::path contents = fs::path(scratch) / "Contents";
   fs::create_directories(contents / "MacOS");
-  fs::copy_file(program, contents / "MacOS" / "PostInstallCleanup");
-  fs::permissions(contents / "MacOS" / "PostInstallCleanup", static_cast<fs::perms>(0755));
+  const fs::path copy = contents / "MacOS" / "PostInstallCleanup";
+  // It runs from the temporary folder, after the stub has quit: nothing the
+  // bundle carries is beside it there, so it may need the base system only.
+  if (selfContained && IsElfFile(program))
+    for (const std::string& library : NeededLibraries(program))
+      if (!InBaseSystem(library))
+        throw BadInput("the clean-up program " + program + " needs " + library +
+                       ", which a receiver may not have; link it statically or make a --thin bundle");
+  CopyProgram(program, copy.string());
   WritePayloadZip(contents.string(), "Contents", data3);
   fs::remove_all(scratch);
 }

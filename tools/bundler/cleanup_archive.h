@@ -14,6 +14,9 @@ std::string CleanupProgram(const SetupDescription& d, const std::string& stubBin
 // "Contents/MacOS/PostInstallCleanup", in a zip archive, not yet scrambled.
 // `scratch`, a new folder of the build's own, holds the staging and is
 // removed afterwards.
-void WriteCleanupArchive(const std::string& program, const std::string& data3, const std::string& scratch);
+// A program (ELF) goes in stripped; for a self-contained bundle it must need
+// nothing beyond the base system (BadInput otherwise).
+void WriteCleanupArchive(const std::string& program, const std::string& data3, const std::string& scratch,
+                         bool selfContained);
 
 }  // namespace ostrel::bundler

@@ -16,12 +16,16 @@ constexpr int kFailed = 1;
 constexpr int kBadInput = 2;
 
 const char* const kUsage =
-    "usage: ostrel-bundle DESCRIPTION --stub PATH --out FOLDER\n"
+    "usage: ostrel-bundle DESCRIPTION --stub PATH --out FOLDER [--thin]\n"
     "Builds FOLDER/<name>.app from the setup description and the stub executable,\n"
-    "and prints the bundle's path. The description format is in tools/bundler/README.md.\n";
+    "and prints the bundle's path. The bundle carries the libraries and Qt plugins\n"
+    "the stub needs beyond a receiver's base system; --thin leaves them out (the\n"
+    "receiver must then have Qt 6, libarchive, libdeflate and OpenSSL 3 installed).\n"
+    "The description format is in tools/bundler/README.md.\n";
 
 struct Arguments {
   std::string description, stub, out;
+  bool thin = false;
 };
 
 bool ParseArguments(const std::vector<std::string>& args, Arguments& a, std::string& error) {
@@ -30,6 +34,8 @@ bool ParseArguments(const std::vector<std::string>& args, Arguments& a, std::str
     if (arg == "--stub" || arg == "--out") {
       if (i + 1 == args.size()) return error = arg + " needs a value", false;
       (arg == "--stub" ? a.stub : a.out) = args[++i];
+    } else if (arg == "--thin") {
+      a.thin = true;
     } else if (!arg.empty() && arg[0] == '-') {
       return error = "unknown option " + arg, false;
     } else if (a.description.empty()) {
@@ -65,7 +71,7 @@ int main(int argc, char** argv) {
   fw::Install(&platform, nullptr);
   try {
     const auto description = ostrel::bundler::ReadDescriptionFile(a.description);
-    std::printf("%s\n", ostrel::bundler::BuildBundle(description, a.stub, a.out).c_str());
+    std::printf("%s\n", ostrel::bundler::BuildBundle(description, a.stub, a.out, !a.thin).c_str());
     return 0;
   } catch (const ostrel::bundler::BadInput& e) {
     std::fprintf(stderr, "ostrel-bundle: %s\n", e.what());
