@@ -85,8 +85,9 @@ void OstrelStubWindow::PostInstallCopy() {
     const bool hasValue = !value.empty();
     if (Is(key, "delete") && hasValue) {
       const std::string path = ExpandUserAccount(value);
-      // "delete=UserAccount/" and the like: a mistake of the setup's, told as one.
-      if (fw::IsProtectedFromRemoval(path))
+      // "delete=UserAccount/", "delete=/tmp" and the like: a mistake of the
+      // setup's, told as one.
+      if (fw::IsProtectedFromRemoval(path) || fw::IsSharedFolder(path))
         ShowInstallError(kContactPublisher);
       else if (DirectoryExists(path))
         DeleteFolderOrApp(path);
