@@ -81,12 +81,13 @@ void ostrel::actions::BounceThroughSharedFolder(const std::string& dst) {
 }
 
 void OstrelStubWindow::PostInstallCopy() {
-  for (const auto& [key, value, text] : ostrel::actions::ParseActionList(fPostCopy)) {
+  const auto act = [this](const std::string& key, const std::string& value) {
     const bool hasValue = !value.empty();
     if (Is(key, "delete") && hasValue) {
       const std::string path = ExpandUserAccount(value);
-      // "delete=UserAccount/" and the like: a mistake of the setup's, told as one.
-      if (fw::IsProtectedFromRemoval(path))
+      // "delete=UserAccount/", "delete=/tmp" and the like: a mistake of the
+      // setup's, told as one.
+      if (fw::IsProtectedFromRemoval(path) || fw::IsSharedFolder(path))
         ShowInstallError(kContactPublisher);
       else if (DirectoryExists(path))
         DeleteFolderOrApp(path);
@@ -113,6 +114,15 @@ void OstrelStubWindow::PostInstallCopy() {
       CopyInstalledItem(fTargetFolder + "/" + key, value);
     } else {
       ShowInstallError(kContactPublisher);
+    }
+  };
+  for (const auto& [key, value, text] : ostrel::actions::ParseActionList(fPostCopy)) {
+    // A path that is not a full one after its macro (an unknown macro, a
+    // typo) fails this action alone; the installation goes on.
+    try {
+      act(key, value);
+    } catch (const fw::NilObjectException&) {
+      ShowInstallError(text + " (not a full path)");
     }
     fw::DoEvents(0);
   }

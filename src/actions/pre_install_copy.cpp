@@ -14,7 +14,7 @@ void OstrelStubWindow::PreInstallCopy() {
   for (const auto& [key, value, text] : ostrel::actions::ParseActionList(fPostCopy)) {
     // Paths are taken as written, with no macro; a kept folder is passed over.
     if (fw::EqualsIgnoreCase(key, "preinstalldelete")) {
-      const bool kept = fw::IsProtectedFromRemoval(value);
+      const bool kept = fw::IsProtectedFromRemoval(value) || fw::IsSharedFolder(value);
       if (!kept && DirectoryExists(value))
         DeleteFolderOrApp(value);
       else if (!kept && FileExists(value))

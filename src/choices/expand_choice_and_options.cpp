@@ -2,6 +2,7 @@
 // bundle or a URL), the release notes and the completion URL.
 #include "choices/choice_entries.h"
 #include "choices/choice_folders.h"
+#include "payload/staged_install.h"
 #include "core/ostrel_stub_window.h"
 #include "dialogs/document_dialogs.h"
 #include "fileutil/view_const.h"
@@ -19,7 +20,9 @@ void ShowMessage(OstrelStubWindow& w, const std::string& text) {
 }
 
 // A bundle archive, checked against its pin before anything is expanded.
+// One that is not there is no damaged one: the caller says it failed.
 bool ExpandBundleArchive(const std::string& zip, const std::string& pin, const std::string& destination) {
+  if (!ViewConst::FileExists(zip)) return false;
   if (!ostrel::ArchiveMatchesPin(pin, zip)) {
     fw::MsgBox(ostrel::DamagedArchiveMessage(ViewConst::ExtractFileName(zip)));
     return false;
@@ -27,12 +30,16 @@ bool ExpandBundleArchive(const std::string& zip, const std::string& pin, const s
   return ostrel::ExpandArchiveInto(zip, destination, true);
 }
 
+// The folder sub-field names one folder in the target, or the target itself
+// (empty); one that could lead out of it ("..", "/", a path) is refused.
+bool IsFolderInTarget(const std::string& name) { return name.empty() || ostrel::IsPlainFolderName(name); }
+
 void InstallChoice(OstrelStubWindow& w, const std::string& choice, const std::string& resources) {
   // Every entry is looked at: of several with this caption, the last decides.
   std::optional<std::string> chosen;
   for (const std::string& entry : ostrel::ChoiceEntries(w.fInstallChoices))
     if (ViewConst::NonCaseMatch(ostrel::EntryField(entry, 1), choice)) chosen = entry;
-  if (!chosen) {
+  if (!chosen || !IsFolderInTarget(ostrel::EntryField(*chosen, 3))) {
     fw::MsgBox("Install failed for selected choice");
     return;
   }
@@ -58,6 +65,10 @@ void InstallOptions(OstrelStubWindow& w, const std::string& options, const std::
     const std::string caption = ostrel::EntryField(entry, 1);
     const std::string payload = ostrel::EntryField(entry, 2);
     if (ViewConst::FindField(options, ",", caption) == 0) continue;
+    if (!IsFolderInTarget(ostrel::EntryField(entry, 3))) {
+      fw::MsgBox("Install failed for option " + caption);
+      continue;
+    }
     const ostrel::Placement place = ostrel::PlaceInTarget(w.fTargetFolder, ostrel::EntryField(entry, 3), "_Option");
     bool ok;
     if (ViewConst::Pos("http", payload) == 1) {

@@ -51,6 +51,8 @@ bool ShowDocument(const std::string& text, const Document& doc) {
     dlg.ContinueBtn.SetCaption(doc.acceptCaption);
     dlg.QuitBtn.SetCaption(OstrelStubWindow::CustomLabel(dlg.QuitBtn.Caption(), doc.quitLabel));
     dlg.QuitBtn.SetVisible(doc.showQuit);
+    // With one button it is also the way out that Escape takes.
+    dlg.ContinueBtn.SetCancel(!doc.showQuit);
     dlg.MyHTMLViewer.LoadPage(text, TemporaryBase());
     dlg.ShowModal();
     return dlg.fBtnName == "ContinueBtn";
@@ -60,6 +62,7 @@ bool ShowDocument(const std::string& text, const Document& doc) {
   dlg.OKBtn.SetCaption(doc.acceptCaption);
   dlg.QuitBtn.SetCaption(OstrelStubWindow::CustomLabel(dlg.QuitBtn.Caption(), doc.quitLabel));
   dlg.QuitBtn.SetVisible(doc.showQuit);
+  dlg.OKBtn.SetCancel(!doc.showQuit);
   dlg.AgreementEdit.SetText(text);
   if (doc.shortenWhenShort && CharacterCount(text) < kShortNotesLength)
     dlg.SetHeight(dlg.Height() - kShortNotesTrim);

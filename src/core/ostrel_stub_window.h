@@ -58,7 +58,8 @@ class OstrelStubWindow : public fw::Window {
   bool fRelocatedCopy = false;
   // --- The main installation's outcome (payload/). ZipFileProcess leaves why
   // the archive could not be expanded, empty when it was. ExpandFolder sets
-  // fInstallationFailed when it could not install; the run then ends there,
+  // fInstallationFailed when it did not install (it failed, or the user said
+  // no to the folder or the replace); the run then ends there,
   // without the choices, the actions or the clean-up.
   std::string fExpansionError;
   bool fInstallationFailed = false;

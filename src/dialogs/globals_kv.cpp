@@ -46,6 +46,7 @@ void ShowConflictMessage() {
   dialog.Btn2.SetVisible(false);
   dialog.Btn3.SetCaption("OK");
   dialog.Btn3.SetDefault(true);
+  dialog.Btn3.SetCancel(true);  // the one way out, for Escape too
   dialog.Btn3.SetVisible(true);
   ViewConst::DoShowModal(dialog);
 }

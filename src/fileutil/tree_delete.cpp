@@ -7,6 +7,8 @@
 #include "dialogs/globals_kv.h"
 #include "fileutil/invisible_items.h"
 #include "fileutil/view_const.h"
+#include <sys/stat.h>
+
 #include "framework/protected_folders.h"
 #include "framework/tree_removal.h"
 
@@ -22,9 +24,9 @@ void DeleteFolderOrApp(const std::string& path) {
   if (fw::IsProtectedFromRemoval(item->NativePath())) return;
   const int dir = open(parent.NativePath().c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
   if (dir < 0) return;
-  // Each folder gains rwx for all before it is emptied: the full access that
-  // every item of a removal is given.
-  fw::RemoveTreeAt(dir, name, 0777);
+  // Each folder gains rwx for its owner alone before it is emptied: one that
+  // cannot be emptied after all must not stay open to everyone.
+  fw::RemoveTreeAt(dir, name, S_IRWXU);
   close(dir);
   if (!item->Exists()) detail::ReleaseInvisible(item->NativePath());
 }

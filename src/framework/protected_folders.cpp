@@ -1,6 +1,7 @@
 #include "framework/protected_folders.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <climits>
 #include <cstdlib>
@@ -87,6 +88,18 @@ bool IsProtectedFromRemoval(const std::string& path, const std::vector<std::stri
     const std::string byTarget = link ? std::string() : RealPath(k);
     if (!byTarget.empty() && Holds(resolved, byTarget)) return true;
   }
+  return false;
+}
+
+bool IsSharedFolder(const std::string& path) {
+  if (path.empty() || path[0] != '/') return false;
+  const std::string resolved = ResolveFolders(path);
+  struct stat st;
+  if (resolved.empty() || lstat(resolved.c_str(), &st) != 0 || !S_ISDIR(st.st_mode)) return false;
+  if ((st.st_mode & (S_IWOTH | S_ISVTX)) || st.st_uid != geteuid() || IsMountPoint(resolved)) return true;
+  const std::string real = RealPath(resolved);
+  for (const char* shared : {"/tmp", "/var/tmp", "/opt", "/usr/local", "/srv"})
+    if (resolved == shared || real == shared) return true;
   return false;
 }
 

@@ -23,4 +23,10 @@ bool IsProtectedFromRemoval(const std::string& path, const std::vector<std::stri
 // the mount points when no platform is installed.
 bool IsProtectedFromRemoval(const std::string& path);
 
+// A folder that others share: world-writable or sticky, not the user's own,
+// a mount point, or one of /tmp, /var/tmp, /opt, /usr/local and /srv. What
+// lies inside it may be removed as a setup asks; the folder itself never is,
+// since everything else in it belongs to somebody else. A link is not one.
+bool IsSharedFolder(const std::string& path);
+
 }  // namespace fw

@@ -78,6 +78,7 @@ void OstrelStubWindow::ExpandFolder() {
     folder = SelectTargetFolder(GetApplicationPath(), true);
     if (folder.empty()) {
       fTargetFolder.clear();
+      fInstallationFailed = true;  // nothing installed: nothing may follow
       return;
     }
   }
@@ -88,6 +89,7 @@ void OstrelStubWindow::ExpandFolder() {
   // A patch needs the installation it updates, and arrives beside it.
   if (fInstallationPatch && !DirectoryExists(fTargetFolder)) {
     fw::MsgBox(CustomLabel("Patch Failed.  No installation folder exists.", Label(18)));
+    fInstallationFailed = true;
     return;
   }
   if (fInstallationPatch) {
@@ -111,23 +113,24 @@ void OstrelStubWindow::ExpandFolder() {
       dialog.OKBtn.SetCaption(CustomLabel("OK", Label(4)));
       dialog.ConfirmLabel3.SetText(fTargetFolder);
       dialog.ShowModal();
-      if (dialog.fBtnName != "OKBtn") return;
-    }
-    if (stage.Open(folder, name) != 0 || stage.PutAside(fTargetFolder) != 0) {
-      // It cannot be moved: it is deleted as it always was, or not at all.
-      stage.Close();
-      DeleteFolderOrApp(fTargetFolder);
-      ShowInstallinProgress();
-      fw::DoEvents(1);
-      const int64_t start = fw::Ticks();
-      while (DirectoryExists(fTargetFolder) && fw::Ticks() - start < ostrel::kOldTargetGiveUpTicks) fw::DoEvents(10);
-      if (DirectoryExists(fTargetFolder)) {
-        fw::MsgBox("Install Aborted" + gLineBreak + gLineBreak +
-                   "Unable to delete existing installed folder.  Reboot the computer and try again or "
-                   "manually delete the previously installed application folder.");
+      if (dialog.fBtnName != "OKBtn") {
+        // Declined: the earlier installation stays as it is, and no choice
+        // or option is merged into it.
         fInstallationFailed = true;
         return;
       }
+    }
+    int error = stage.Open(folder, name);
+    if (!error) error = stage.PutAside(fTargetFolder);
+    if (error) {
+      // What cannot be moved aside is never deleted in its place: a replace
+      // that could not be undone would leave the user with nothing.
+      stage.Close();
+      fw::MsgBox(Paragraphs(failedHeading, "The earlier installation in " + fTargetFolder +
+                                               " could not be moved aside to be replaced (" +
+                                               std::strerror(error) + "), so it was kept as it is."));
+      fInstallationFailed = true;
+      return;
     } else {
       ShowInstallinProgress();
       fw::DoEvents(1);

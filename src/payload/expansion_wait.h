@@ -14,8 +14,4 @@ int64_t ExpansionWaitTicks(int64_t archiveLength, bool slowSystem);
 // try a second, before it leaves it where it is.
 constexpr int64_t kArchiveDeleteGiveUpTicks = 30 * 60;
 
-// How long ExpandFolder waits for an old target that it had to delete (one
-// it could not move aside) to be gone, before it gives up.
-constexpr int64_t kOldTargetGiveUpTicks = 4 * 60;
-
 }  // namespace ostrel

@@ -5,11 +5,13 @@
 
 #include <sys/stat.h>
 
+#include <functional>
 #include <thread>
 
 #include "bundler/description_file.h"
 #include "gui/stub_driver.h"
 #include "support/local_http_server.h"
+#include "support/snapshot.h"
 
 namespace ostrel::test {
 namespace {
@@ -24,8 +26,9 @@ int RowY(int row) { return 14 + 32 * row + 10; }
 class ChoicesGuiTest : public StubDriverTest {
  protected:
   // The example, with its download served here; xdg-open is a recorder.
-  void Start() {
+  void Start(const std::function<void(bundler::SetupDescription&)>& adjust = {}) {
     auto d = bundler::ReadDescriptionFile(kExample + "/choices.setup");
+    if (adjust) adjust(d);
     d.optionEntries[2].url = server.Url("/samples.zip");
     fs::create_directories(At("bin"));
     WriteFile(At("bin/xdg-open"), "#!/bin/sh\nprintf '%s\\n' \"$*\" >> \"" + At("xdg-open.log") + "\"\n");
@@ -95,6 +98,31 @@ TEST_F(ChoicesGuiTest, EscapeInTheOptionsInstallsNothing) {
   EXPECT_EQ(std::distance(fs::directory_iterator(At("target")), {}), 1);
   EXPECT_TRUE(fs::is_empty(At("home/Applications")));
   EXPECT_TRUE(server.Requests().empty());
+  EXPECT_FALSE(fs::exists(At("xdg-open.log")));
+}
+
+// Declining the replace installs nothing at all: no edition or option merged
+// into the earlier installation, no notes, no URL, and no clean-up (mode 2
+// would take the folder that holds the setup).
+TEST_F(ChoicesGuiTest, ADeclinedReplaceLeavesTheEarlierInstallationAndTheSetupAsTheyWere) {
+  Start([](bundler::SetupDescription& d) { d.cleanup = 2; });
+  WriteFile(At("target/WeatherStation/README.txt"), "the earlier installation");
+  WriteFile(At("target/WeatherStation/edition.txt"), "the user's own edition");
+  const std::vector<std::string> running = {"home", "tmp", "runtime", "bin"};
+  const Snapshot before = TakeSnapshot(root.string(), running);
+  PressInstall();
+  const std::string choice = Expect("^Pick Your Edition$", "choice");
+  x->Click(choice, kRowX, RowY(1));
+  x->Click(choice, kContinueX, kContinueY);
+  const std::string options = Expect("^Select Options$", "options");
+  x->Click(options, kRowX, RowY(1));
+  x->Click(options, kContinueX, kContinueY);
+  ChooseFolder(At("target"));
+  x->Key(Expect("^Confirmation$", "replace-question"), "Escape");
+  EXPECT_EQ(Finish(), 0);
+  // A clean-up program, had one been started, would have acted by now.
+  std::this_thread::sleep_for(3s);
+  EXPECT_EQ(SnapshotDiff(before, TakeSnapshot(root.string(), running)), "");
   EXPECT_FALSE(fs::exists(At("xdg-open.log")));
 }
 

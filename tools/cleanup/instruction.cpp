@@ -75,7 +75,9 @@ bool MayCarryOut(const Instruction& instruction, const std::string& ownArchive,
     return false;
   if (instruction.kind == Instruction::Kind::DeleteFile)
     return S_ISREG(st.st_mode) || (S_ISDIR(st.st_mode) && HasBundleName(path));
-  return S_ISDIR(st.st_mode) && HoldsStartedBundle(path, ownArchive);
+  // A folder others share (a setup started straight from /tmp) is never
+  // taken, whatever the setup asked.
+  return S_ISDIR(st.st_mode) && !fw::IsSharedFolder(path) && HoldsStartedBundle(path, ownArchive);
 }
 
 }  // namespace ostrel::cleanup

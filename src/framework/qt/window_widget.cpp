@@ -113,8 +113,10 @@ QWidget* WindowWidget::MakeWidget(Control& c) {
     case ControlKind::CheckBox: {
       QAbstractButton* b = c.kind() == ControlKind::CheckBox ? static_cast<QAbstractButton*>(new QCheckBox(this))
                                                              : new QRadioButton(this);
-      // The model decides which boxes are ticked; the widget only reports the click.
-      b->setAutoExclusive(false);
+      // The model decides which boxes are ticked; the widget only reports the
+      // click. Radio buttons stay exclusive: the one that is on stays on when
+      // clicked again, and they are told as radio buttons, not check boxes.
+      b->setAutoExclusive(c.kind() == ControlKind::RadioButton);
       connect(b, &QAbstractButton::clicked, this, [control, alive] {
         Dispatch([control, alive] {
           if (alive()) control->Press();

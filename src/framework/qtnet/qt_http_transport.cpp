@@ -128,7 +128,9 @@ struct QtHttpTransport::Impl {
   void Begin(const std::shared_ptr<TransferState>& state, const HttpRequest& request) {
     if (!state->Alive()) return;
     if (!manager) manager = new QNetworkAccessManager(context);
-    const QUrl url(ToQ(request.url), QUrl::StrictMode);
+    // What a browser does with a blank or a brace in an address: it is
+    // percent-encoded, not refused.
+    const QUrl url(ToQ(request.url), QUrl::TolerantMode);
     if (!url.isValid() || !IsHttpScheme(url) || url.host().isEmpty()) {
       state->End([&](HttpEvents& e) { e.Failed(QNetworkReply::ProtocolUnknownError, "not an http or https address"); });
       return;

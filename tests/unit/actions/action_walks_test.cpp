@@ -110,11 +110,13 @@ TEST_F(ActionWalkTest, FailedCopiesAreToldAndTheWalkGoesOn) {
   WriteFile(At("out/blocker"), "a file where a folder should be");
   // The folder chain reports the file in its way, once for each copy.
   ui.answers = {fw::testing::ScriptedUI::PressCaption("OK"), fw::testing::ScriptedUI::PressCaption("OK")};
+  // A macro the list does not know leaves a path that is not a full one.
   Post("missing.txt=" + At("out/m/missing.txt") + "|Docs=" + At("out/blocker/Docs") +
-       "|readme.txt=" + At("out/blocker/readme.txt") + "|readme.txt=" + At("out/ok.txt"));
+       "|readme.txt=" + At("out/blocker/readme.txt") + "|createfolder=SetupFolder/Logs|readme.txt=" + At("out/ok.txt"));
   EXPECT_EQ(ui.messages, (std::vector<std::string>{"Install Error\n\nMissing File: missing.txt",
                                                    "Install Error\n\nFolder Copy Failed: Docs",
-                                                   "Install Error\n\nFile Copy Failed: readme.txt"}));
+                                                   "Install Error\n\nFile Copy Failed: readme.txt",
+                                                   "Install Error\n\ncreatefolder=SetupFolder/Logs (not a full path)"}));
   ASSERT_EQ(ui.modals.size(), 2u);
   EXPECT_EQ(ui.modals[1].Get("MessageText").caption,
             "FILE ALREADY EXISTS.\n\nA file already exists at this path: " + At("out/blocker"));

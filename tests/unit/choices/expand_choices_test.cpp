@@ -72,8 +72,9 @@ TEST_F(ExpandChoicesTest, FailuresAreToldAndTheRestGoesOn) {
   const std::string pin = "sha256=" + fw::Sha256OfFile(good);
   window->fInstallOptions = "A,missing.zip,A|B,good.zip,B," + std::string(64, '0') + "|B,good.zip,B2,tip," +
                             pin + "|C,good.zip,C,,sha256=" + std::string(64, '0') + "|D,myhttp.zip,D|E,good.zip,E,,SHA256=" +
-                            pin.substr(7, 63);
-  Expand("Lib", "D,B,A,C,E");
+                            pin.substr(7, 63) + "|F,gone.zip,F,," + pin + "|G,good.zip,..|H,good.zip," +
+                            At("apps") + "|I,good.zip,B/../..";
+  Expand("Lib", "D,B,A,C,E,F,G,H,I");
 
   EXPECT_EQ(ui.messages, (std::vector<std::string>{
                              "Failed to create " + At("apps/Tool/lib"),
@@ -83,6 +84,10 @@ TEST_F(ExpandChoicesTest, FailuresAreToldAndTheRestGoesOn) {
                              "Install failed for option D",
                              "The archive good.zip is damaged: its checksum does not match.",
                              "Install failed for option E",
+                             "Install failed for option F",  // missing, though pinned: not damaged
+                             "Install failed for option G",
+                             "Install failed for option H",
+                             "Install failed for option I",
                          }));
   // A folder that meets a folder with content stays as it was; the rest of the archive merged.
   EXPECT_EQ(ReadFile(At("apps/Tool/lib/old.so")), "old");
@@ -93,6 +98,13 @@ TEST_F(ExpandChoicesTest, FailuresAreToldAndTheRestGoesOn) {
   EXPECT_EQ(ReadFile(At("apps/Tool/B2/g.txt")), "g");
   EXPECT_FALSE(fs::exists(At("apps/Tool/C")));
   EXPECT_FALSE(fs::exists(At("apps/Tool/E")));
+  ExpectNothingBesideTheTarget();
+
+  // A choice whose folder leads out of the target installs nothing.
+  ui.messages.clear();
+  window->fInstallChoices = "Up,good.zip,..";
+  Expand("Up", "");
+  EXPECT_EQ(ui.messages, std::vector<std::string>{"Install failed for selected choice"});
   ExpectNothingBesideTheTarget();
 }
 

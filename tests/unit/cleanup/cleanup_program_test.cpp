@@ -3,7 +3,9 @@
 // instruction says; then it removes itself.
 #include <gtest/gtest.h>
 #include <spawn.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include "cleanup/cleanup.h"
 #include "payload/archives.h"
@@ -66,8 +68,17 @@ TEST_F(CleanupProgramTest, WhatItMustNotDeleteStaysAndItStillRemovesItself) {
   WriteFile(At("other/Copy.app/Contents/Resources/Data3"), "another setup's program");
   fs::create_symlink(At("home/Downloads/Setup.app"), At("other/Link.app"));
   fs::create_directories(At("other/Folder"));
+  // Folders others share, each holding the started setup and another's file.
+  for (const char* shared : {"sticky", "notmine"}) {
+    MakeSetup(std::string(shared) + "/Setup.app");
+    WriteFile(At(std::string(shared) + "/agent.socket"), "somebody else's");
+  }
+  chmod(At("sticky").c_str(), 01777);
+  ASSERT_EQ(chown(At("notmine").c_str(), 65534, 65534), 0);
   const std::string refused[] = {
       "DeleteFolder=" + At("home/Downloads"),  // a kept folder, though it holds the setup
+      "DeleteFolder=" + At("sticky"),          // shared, as /tmp is
+      "DeleteFolder=" + At("notmine"),         // another user's
       "DeleteFolder=" + At("other"),          // holds a setup, but not the one started
       "DeleteFile=" + At("other/Folder"),     // a folder that is no bundle
       "DeleteFile=" + At("other/Link.app"),   // a link is neither
@@ -85,6 +96,8 @@ TEST_F(CleanupProgramTest, WhatItMustNotDeleteStaysAndItStillRemovesItself) {
     EXPECT_TRUE(fs::is_symlink(At("other/Link.app")));
     EXPECT_TRUE(fs::is_directory(At("other/Folder")));
     EXPECT_TRUE(fs::exists(At("home/Downloads/dl/readme.txt")));
+    EXPECT_EQ(ReadFile(At("sticky/agent.socket")), "somebody else's");
+    EXPECT_EQ(ReadFile(At("notmine/agent.socket")), "somebody else's");
   }
 }
 

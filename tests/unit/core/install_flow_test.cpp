@@ -94,13 +94,14 @@ TEST_F(InstallFlowTest, WithNeitherNotesNorAgreementThePressGoesStraightOn) {
 }
 
 TEST_F(InstallFlowTest, InfoShowsOneButtonAndTheWindowGoesOnWaiting) {
+  // Its one button is also Escape's way out.
   window->fInfo = "About this tool";
-  ui.answers = {ScriptedUI::PressDefault()};
+  ui.answers = {ScriptedUI::PressCancel()};
   EXPECT_EQ(Run([&] { window->InfoBtn_Action(); }), std::nullopt);
 
   window->fInfo = "<html>About</html>";
   window->fLabels = {"", "", "", "", "Close", "", "", "", "About"};
-  ui.answers = {ScriptedUI::PressDefault()};
+  ui.answers = {ScriptedUI::PressCancel()};
   EXPECT_EQ(Run([&] { window->InfoBtn_Action(); }), std::nullopt);
 
   ASSERT_EQ(ui.modals.size(), 2u);

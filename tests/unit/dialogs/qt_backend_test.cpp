@@ -5,7 +5,10 @@
 
 #include <gtest/gtest.h>
 
+#include <QAccessible>
 #include <QApplication>
+#include <QCheckBox>
+#include <QRadioButton>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QKeyEvent>
@@ -16,6 +19,7 @@
 #include <QPushButton>
 #include <QTimer>
 
+#include "choices/choice_dialogs.h"
 #include "core/ostrel_stub_window.h"
 #include "dialogs/document_dialogs.h"
 #include "dialogs/globals_kv.h"
@@ -225,6 +229,47 @@ TEST_F(QtBackendTest, PicturesAndProgressDrawAsTheModelSays) {
   bar.SetValue(250);
   EXPECT_EQ(q->value(), 100);
   w.Hide();
+}
+
+// The pick-one rows are radio buttons of one group, and the screen always
+// shows the row that will be installed, also after the one that is on is
+// clicked again; the options' check boxes show what is ticked.
+TEST_F(QtBackendTest, ChoiceRowsAreOneRadioGroupAndOptionsCheckBoxesShowTheModel) {
+  const auto settle = [] {
+    for (int i = 0; i < 5; ++i) QApplication::processEvents();
+  };
+  TChoiceDlg choice;
+  choice.Fill("ChoiceRadio", {"Basic,b.zip,B", "Full,f.zip,F"});
+  choice.ChoiceRadio(0).SetValue(1);
+  choice.Show();
+  QList<QRadioButton*> radios = QtUI::WidgetOf(choice).findChildren<QRadioButton*>();
+  ASSERT_GE(radios.size(), 2);
+  EXPECT_EQ(QAccessible::queryAccessibleInterface(radios[0])->role(), QAccessible::RadioButton);
+  for (int row : {0, 0, 1, 1, 0}) {
+    radios[row]->click();
+    settle();
+    for (int i : {0, 1}) {
+      EXPECT_EQ(choice.ChoiceRadio(i).Value(), i == row ? 1 : 0) << row;
+      EXPECT_EQ(radios[i]->isChecked(), i == row) << "row " << i << " after a click on " << row;
+    }
+  }
+  choice.Hide();
+
+  TOptionsDlg options;
+  options.Fill("OptionCheckBox", {"Docs,d.zip,D", "Data,e.zip,E"});
+  options.Show();
+  QList<QCheckBox*> boxes = QtUI::WidgetOf(options).findChildren<QCheckBox*>();
+  ASSERT_GE(boxes.size(), 2);
+  EXPECT_EQ(QAccessible::queryAccessibleInterface(boxes[0])->role(), QAccessible::CheckBox);
+  for (int row : {1, 0, 1}) {
+    boxes[row]->click();
+    settle();
+  }
+  EXPECT_EQ(options.OptionCheckBox(0).Value(), 1);
+  EXPECT_EQ(options.OptionCheckBox(1).Value(), 0);
+  EXPECT_TRUE(boxes[0]->isChecked());
+  EXPECT_FALSE(boxes[1]->isChecked());
+  options.Hide();
 }
 
 TEST_F(QtBackendTest, EveryWindowThatAppearsIsSavedWhenAskedTo) {

@@ -109,6 +109,9 @@ TEST_F(ProtectedFolders, AMountPointStandsAndSoDoesWhatIsMountedInsideATree) {
   DeleteFolderOrApp(At("tree"));
   EXPECT_FALSE(fs::exists(At("tree/own")));
   EXPECT_EQ(ReadFile(At("tree/mounted/data")), "mounted");
+  // The folder that had to stay is not left open to everyone.
+  EXPECT_EQ(fs::status(At("tree")).permissions() & (fs::perms::group_write | fs::perms::others_write),
+            fs::perms::none);
 }
 
 // The real platform reads the standard folders from the user-dirs file, and

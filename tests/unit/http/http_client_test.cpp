@@ -57,6 +57,9 @@ TEST_F(HttpTest, ABrokenTransferOrAnUntrustedServerAnswersEmpty) {
   EXPECT_EQ(GlobalsKv::HttpGet("http://127.0.0.1:1/closed", 60), "");
   EXPECT_EQ(GlobalsKv::HttpGet("ftp://127.0.0.1/file", 60), "");
   EXPECT_EQ(GlobalsKv::HttpGet("not a url", 60), "");
+  // Blanks and braces are encoded on the way, as a browser does.
+  server.Route("/my%20file%7B1%7D%5E.zip", {.body = "escaped"});
+  EXPECT_EQ(GlobalsKv::HttpGet(server.Url("/my file{1}^.zip"), 60), "escaped");
 
   // A certificate that nobody vouches for: refused before the request is sent.
   LocalHttpServer tls(true);
