@@ -44,7 +44,12 @@ void PosixPlatform::DoEvents(int milliseconds) {
 }
 
 std::string PrivateTemporaryFolder(const std::string& base) {
-  const std::string path = base + "/ostrel-" + std::to_string(getuid());
+  // By its real path: "/tmp/" or a TMPDIR reached through a link names the
+  // same folder, and a copy relocated into it must recognise where it runs.
+  char real[PATH_MAX];
+  std::string folder = realpath(base.c_str(), real) ? std::string(real) : base;
+  while (folder.size() > 1 && folder.back() == '/') folder.pop_back();
+  const std::string path = (folder == "/" ? "" : folder) + "/ostrel-" + std::to_string(getuid());
   if (mkdir(path.c_str(), 0700) != 0 && errno != EEXIST)
     throw IOException("The temporary folder " + path + " cannot be created.");
   struct stat st;
