@@ -1,7 +1,19 @@
 // Synchronous expansion for the choice, option and clean-up archives. The
 // caller waits, but the window does not freeze: the work runs on a thread of
 // its own while the event loop keeps turning.
+//
+// All or nothing: a folder the archive makes (or replaces) is expanded into a
+// hidden folder beside it and moved into place once whole, so that an
+// archive found damaged halfway leaves nothing of itself, and a replaced
+// folder stays as it was.
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <filesystem>
+#include <random>
 #include <thread>
 
 #include "dialogs/globals_kv.h"
@@ -11,12 +23,30 @@
 #include "payload/zip/zip_expand.h"
 
 namespace ViewConst {
+namespace {
 
-bool ZipFileToFolder(const std::string& archive, const std::string& folder, bool replace) {
-  if (replace && DirectoryExists(folder)) DeleteFolderOrApp(folder);
-  if (!GlobalsKv::MyGetFolderItem(folder) || !GlobalsKv::MyGetFolderItem(archive))
-    throw fw::NilObjectException("ZipFileToFolder needs absolute paths: \"" + archive + "\", \"" + folder + "\"");
+bool IsEmptyFolder(const std::string& path) {
+  std::error_code ec;
+  return std::filesystem::is_empty(path, ec) && !ec;
+}
 
+// A new hidden folder beside `folder`, made by this call alone; empty when none can be.
+std::string MakeStagingFolder(const std::string& folder) {
+  const std::filesystem::path target(folder);
+  std::error_code ec;
+  std::filesystem::create_directories(target.parent_path(), ec);
+  std::random_device random;
+  for (int attempt = 0; attempt < 20; ++attempt) {
+    char suffix[32];
+    std::snprintf(suffix, sizeof suffix, ".ostrel-%08x", static_cast<unsigned>(random()));
+    const std::string path = (target.parent_path() / ("." + target.filename().string() + suffix)).string();
+    if (mkdir(path.c_str(), 0777) == 0) return path;
+    if (errno != EEXIST) return {};
+  }
+  return {};
+}
+
+bool Expand(const std::string& archive, const std::string& folder) {
   ostrel::ExpandResult result;
   std::atomic<bool> finished{false};
   // jthread: should the event loop throw, leaving still waits for the worker.
@@ -27,6 +57,31 @@ bool ZipFileToFolder(const std::string& archive, const std::string& folder, bool
   while (!finished.load(std::memory_order_acquire)) fw::DoEvents(10);
   worker.join();
   return result.ok;
+}
+
+}  // namespace
+
+bool ZipFileToFolder(const std::string& archive, const std::string& folder, bool replace) {
+  if (!GlobalsKv::MyGetFolderItem(folder) || !GlobalsKv::MyGetFolderItem(archive))
+    throw fw::NilObjectException("ZipFileToFolder needs absolute paths: \"" + archive + "\", \"" + folder + "\"");
+  // Into a folder that already holds files the archive's entries are merged
+  // where they stand.
+  const bool exists = DirectoryExists(folder);
+  if (exists && !replace && !IsEmptyFolder(folder)) return Expand(archive, folder);
+
+  const std::string staging = MakeStagingFolder(folder);
+  if (staging.empty()) return false;
+  if (!Expand(archive, staging)) {
+    DeleteFolderOrApp(staging);
+    return false;
+  }
+  if (exists && replace) DeleteFolderOrApp(folder);
+  // An empty folder is taken over by the rename.
+  if (rename(staging.c_str(), folder.c_str()) != 0) {
+    DeleteFolderOrApp(staging);
+    return false;
+  }
+  return true;
 }
 
 }  // namespace ViewConst
