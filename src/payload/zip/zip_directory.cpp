@@ -1,5 +1,7 @@
 #include "payload/zip/zip_directory.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -184,6 +186,20 @@ ZipDirectory ReadZipDirectory(int fd, uint64_t fileSize, bool lenient) {
   if (at != dir.size() && !lenient) return Fail(ZipDirectory::Unreadable);
   d.status = ZipDirectory::Ok;
   return d;
+}
+
+std::string ReadZipFileDirectory(const std::string& path, ZipDirectory& dir) {
+  const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  struct stat st;
+  if (fd < 0 || fstat(fd, &st) != 0) {
+    const std::string why = std::string("it cannot be read (") + std::strerror(errno) + ")";
+    if (fd >= 0) close(fd);
+    return why;
+  }
+  dir = ReadZipDirectory(fd, static_cast<uint64_t>(st.st_size), true);
+  close(fd);
+  if (dir.status == ZipDirectory::Ok) return {};
+  return "it is damaged or not a zip archive" + (dir.why.empty() ? std::string() : " (" + dir.why + ")");
 }
 
 }  // namespace ostrel

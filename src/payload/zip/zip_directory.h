@@ -44,6 +44,10 @@ struct ZipDirectory {
 // general reader does.
 ZipDirectory ReadZipDirectory(int fd, uint64_t fileSize, bool lenient = false);
 
+// Opens the archive at `path` and reads its directory leniently; empty, or
+// why it cannot be read (a phrase that completes "could not be expanded: ").
+std::string ReadZipFileDirectory(const std::string& path, ZipDirectory& dir);
+
 // Reads exactly `size` bytes at `offset`; false on a short read or an error.
 bool ReadAt(int fd, uint64_t offset, void* buffer, size_t size);
 

@@ -1,5 +1,6 @@
 #include "payload/zip/zip_entry_methods.h"
 
+
 #include "payload/zip/zip_entry_names.h"
 
 namespace ostrel {
@@ -52,6 +53,12 @@ std::string WhyArchiveCannotBeRead(const std::vector<ZipRecord>& records) {
     if (std::string bad = WhyEntryCannotBeRead(r, name); !bad.empty()) return bad;
   }
   return {};
+}
+
+std::string WhyZipFileCannotBeRead(const std::string& path) {
+  ZipDirectory dir;
+  if (std::string why = ReadZipFileDirectory(path, dir); !why.empty()) return why;
+  return WhyArchiveCannotBeRead(dir.records);
 }
 
 }  // namespace ostrel

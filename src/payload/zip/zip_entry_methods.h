@@ -18,4 +18,8 @@ std::string WhyEntryCannotBeRead(const ZipRecord& r, const std::string& name);
 // The first such reason among the records, or empty.
 std::string WhyArchiveCannotBeRead(const std::vector<ZipRecord>& records);
 
+// The same for the zip archive at `path`, read as the installer reads it: an
+// archive that is damaged says so.
+std::string WhyZipFileCannotBeRead(const std::string& path);
+
 }  // namespace ostrel

@@ -6,7 +6,6 @@
 #include <limits.h>
 #include <sched.h>
 #include <stdlib.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -77,16 +76,7 @@ struct DirectoryNames {
 };
 
 std::string ReadDirectoryNames(const std::string& archivePath, ZipDirectory& dir, DirectoryNames& out) {
-  const int fd = open(archivePath.c_str(), O_RDONLY | O_CLOEXEC);
-  struct stat st;
-  if (fd < 0 || fstat(fd, &st) != 0) {
-    if (fd >= 0) close(fd);
-    return std::string("it cannot be read (") + std::strerror(errno) + ")";
-  }
-  dir = ReadZipDirectory(fd, static_cast<uint64_t>(st.st_size), true);
-  close(fd);
-  if (dir.status != ZipDirectory::Ok)
-    return "it is damaged or not a zip archive" + (dir.why.empty() ? std::string() : " (" + dir.why + ")");
+  if (std::string why = ReadZipFileDirectory(archivePath, dir); !why.empty()) return why;
   if (std::string why = WhyArchiveCannotBeRead(dir.records); !why.empty()) return why;
   for (const ZipRecord& r : dir.records) out.records.push_back(&r);
   std::stable_sort(out.records.begin(), out.records.end(),
