@@ -79,10 +79,18 @@ TEST_F(ProtectedFolders, ALinkToAKeptFolderGoesAsALinkOnly) {
   EXPECT_FALSE(fs::exists(fs::symlink_status(At("tmp/home-link"))));
   EXPECT_FALSE(fs::exists(fs::symlink_status(At("home/Applications/docs-link"))));
   ExpectAllThere();
-  // Through a link in a folder above, the path still names the kept folder.
+  // Through a link in a folder above, or followed by "." or "..", the path
+  // still names the kept folder.
   fs::create_directory_symlink(At("home"), At("tmp/via"));
-  DeleteFolderOrApp(At("tmp/via/Docs"));
-  ExpectAllThere();
+  fs::create_directory_symlink("/", At("tmp/root-link"));
+  EXPECT_TRUE(fw::IsProtectedFromRemoval(At("tmp/root-link/.")));
+  EXPECT_TRUE(fw::IsProtectedFromRemoval(At("tmp/root-link/")  + root.relative_path().string()));
+  for (const std::string& path : {At("tmp/via/Docs"), At("tmp/via/."), At("tmp/via/Docs/.."), At("tmp/via/Music/")}) {
+    SCOPED_TRACE(path);
+    EXPECT_TRUE(fw::IsProtectedFromRemoval(path));
+    DeleteFolderOrApp(path);
+    ExpectAllThere();
+  }
 }
 
 TEST_F(ProtectedFolders, RenamesNeitherReplaceNorCarryOffAKeptFolder) {

@@ -107,6 +107,8 @@ TEST_F(PayloadStagedReplaceTest, AnArchiveOfAnotherShapeIsRefusedAndTheEarlierIn
       {"no entry at all", {}, "it is empty"},
       {"only resource forks", {{"__MACOSX/MyApp/._a", "fork"}}, "it is empty"},
       {"a link beside the target", {{"MyApp/a", "a"}, {"link", "MyApp", ZipEntry::Link}}, "\"link\" lies outside"},
+      {"a top folder that only begins with the target's name", {{"MyAppX/a.txt", "a"}}, "\"MyAppX/a.txt\" lies outside"},
+      {"the same, with a link", {{"MyAppX/a", "a"}, {"MyAppX/l", "a", ZipEntry::Link}}, "\"MyAppX/a\" lies outside"},
   };
   for (const auto& shape : shapes) {
     SCOPED_TRACE(shape.what);
