@@ -10,14 +10,12 @@
 #include <unistd.h>
 
 #include <atomic>
-#include <cerrno>
-#include <cstdio>
 #include <filesystem>
-#include <random>
 #include <thread>
 
 #include "dialogs/globals_kv.h"
 #include "fileutil/view_const.h"
+#include "framework/own_files.h"
 #include "framework/runtime.h"
 #include "payload/archives.h"
 #include "payload/zip/zip_expand.h"
@@ -30,20 +28,13 @@ bool IsEmptyFolder(const std::string& path) {
   return std::filesystem::is_empty(path, ec) && !ec;
 }
 
-// A new hidden folder beside `folder`, made by this call alone; empty when none can be.
+// A new hidden folder of the stub's own beside `folder` (one a killed run
+// left behind is told apart by its name); empty when none can be made.
 std::string MakeStagingFolder(const std::string& folder) {
   const std::filesystem::path target(folder);
   std::error_code ec;
   std::filesystem::create_directories(target.parent_path(), ec);
-  std::random_device random;
-  for (int attempt = 0; attempt < 20; ++attempt) {
-    char suffix[32];
-    std::snprintf(suffix, sizeof suffix, ".ostrel-%08x", static_cast<unsigned>(random()));
-    const std::string path = (target.parent_path() / ("." + target.filename().string() + suffix)).string();
-    if (mkdir(path.c_str(), 0777) == 0) return path;
-    if (errno != EEXIST) return {};
-  }
-  return {};
+  return fw::CreateOwnFolder(target.parent_path().string(), ".unpacking", 0777);
 }
 
 bool Expand(const std::string& archive, const std::string& folder) {
@@ -76,8 +67,9 @@ bool ZipFileToFolder(const std::string& archive, const std::string& folder, bool
     return false;
   }
   if (exists && replace) DeleteFolderOrApp(folder);
-  // An empty folder is taken over by the rename.
-  if (rename(staging.c_str(), folder.c_str()) != 0) {
+  // An empty folder is taken over; anything else standing there is kept.
+  if (exists && !replace) rmdir(folder.c_str());
+  if (fw::RenameNoReplace(staging, folder) != 0) {
     DeleteFolderOrApp(staging);
     return false;
   }
