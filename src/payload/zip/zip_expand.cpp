@@ -200,6 +200,9 @@ std::string Survey(const std::string& archivePath, DirectoryNames names, const s
   while (NextEntry(in.get(), names, links, e, path, record, why)) {
     const auto type = archive_entry_filetype(e);
     if (std::string bad = CheckShape(rules, path, type == AE_IFDIR); !bad.empty()) return bad;
+    // An empty entry is never decoded (see Extract): its checksum is checked here.
+    if (type == AE_IFREG && record->size == 0 && record->crc != 0)
+      return "it is damaged or not a zip archive (the empty entry \"" + path + "\" has a checksum)";
     if (type == AE_IFLNK) links.insert(path);
     entries[path] = type == AE_IFLNK ? std::optional<std::string>(archive_entry_symlink(e)) : std::nullopt;
     total += (archive_entry_size_is_set(e) ? archive_entry_size(e) : 0) + 1;
@@ -252,8 +255,6 @@ std::string Extract(const std::string& archivePath, DirectoryNames names, Expand
     if (archive_write_header(out.get(), e) < ARCHIVE_WARN) return WriteFailed(path, out.get());
     // An empty entry has no content to decode, in whatever method it is
     // stored (the LZMA decoder fails on the marker an empty entry ends with).
-    if (archive_entry_filetype(e) == AE_IFREG && record->size == 0 && record->crc != 0)
-      return "it is damaged or not a zip archive (the empty entry \"" + path + "\" has a checksum)";
     if (archive_entry_filetype(e) == AE_IFREG && record->size != 0) {
       why = CopyContent(in.get(), out.get(), e, path, progress);
       if (!why.empty()) return why;
