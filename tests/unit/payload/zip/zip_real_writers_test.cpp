@@ -56,6 +56,7 @@ class PayloadZipRealWritersTest : public SandboxTest {
     WriteFile(top + "/docs/guide.txt", text);
     for (const char* name : {"lzma", "bzip2", "deflate", "stored"}) WriteFile(top + "/empty/" + name, "");
     fs::create_symlink("bin/tool", top + "/latest");
+    fs::create_symlink("../bin/tool", top + "/docs/tool");  // from its own folder
   }
 };
 
