@@ -131,7 +131,8 @@ TEST_F(HardeningZipNames, EachNameArrivesAsTheArchiveMeansItByteForByte) {
        {{utf8, "old"}}},
       {"a backslash made on Windows", {dos}, {{"notempty", "<dir>"}, {"notempty/second.txt", "dos"}}},
       {"a backslash made on Unix", {File("aa\\bb\\cc\\dd", "unix")}, {{"aa\\bb\\cc\\dd", "unix"}}},
-      {"resource forks", {File("__MACOSX/._a.txt", "fork"), File("a.txt", "a")}, {{"a.txt", "a"}}},
+      {"resource forks", {File("__MACOSX/._a.txt", "fork"), File("a.txt", "a"), File("__MACOSX.txt", "mine")},
+       {{"a.txt", "a"}, {"__MACOSX.txt", "mine"}}},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
