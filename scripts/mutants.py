@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Mutation check: applies each fault of tests/mutants/*.txt, one at a time, to a
+"""Mutation check: applies each fault of scripts/mutants/*.txt, one at a time, to a
 scratch copy of the tree, builds it incrementally in one scratch build folder,
 runs the unit tests (and the GUI tests a fault names), and prints every fault
 that survived and the score. Run by hand; slow on a small machine.
@@ -106,7 +106,7 @@ def main():
     ap.add_argument("--list", action="store_true", help="list the faults and whether each applies")
     args = ap.parse_args()
 
-    faults = [f for p in sorted(glob.glob(os.path.join(HERE, "tests/mutants/*.txt"))) for f in parse(p)]
+    faults = [f for p in sorted(glob.glob(os.path.join(HERE, "scripts/mutants/*.txt"))) for f in parse(p)]
     if args.only:
         faults = [f for f in faults if any(re.fullmatch(o, f["id"]) for o in args.only)]
     tree, build = args.scratch, os.path.join(args.scratch, "build")
