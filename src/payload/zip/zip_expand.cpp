@@ -36,10 +36,11 @@ using Links = std::vector<std::pair<std::string, std::string>>;  // entry path, 
 // Every entry the archive writes, by its path: a link's target, or nothing.
 using Entries = std::map<std::string, std::optional<std::string>>;
 
-std::string Damaged(archive* a) {
-  const char* message = archive_error_string(a);
-  return std::string("it is damaged or not a zip archive") +
-         (message ? std::string(" (") + message + ")" : std::string());
+// `entry` names the entry whose content the reader found damaged, if any.
+std::string Damaged(archive* a, const std::string& entry = {}) {
+  std::string message = archive_error_string(a) ? archive_error_string(a) : "";
+  if (!entry.empty()) message = "\"" + entry + "\"" + (message.empty() ? "" : ": " + message);
+  return "it is damaged or not a zip archive" + (message.empty() ? std::string() : " (" + message + ")");
 }
 
 std::string WriteFailed(const std::string& path, archive* out) {
@@ -221,7 +222,7 @@ std::string CopyContent(archive* in, archive* out, archive_entry* e, const std::
     la_int64_t offset = 0;
     const int r = archive_read_data_block(in, &block, &size, &offset);
     if (r == ARCHIVE_EOF) break;
-    if (r != ARCHIVE_OK) return Damaged(in);  // a bad checksum comes as a warning
+    if (r != ARCHIVE_OK) return Damaged(in, path);  // a bad checksum comes as a warning
     if (archive_write_data_block(out, block, size, offset) != ARCHIVE_OK) return WriteFailed(path, out);
     end = std::max<int64_t>(end, offset + static_cast<int64_t>(size));
     progress.done += static_cast<int64_t>(size);
