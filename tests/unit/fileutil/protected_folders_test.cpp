@@ -59,6 +59,10 @@ TEST_F(ProtectedFolders, NoFormOfAKeptPathIsRemoved) {
 }
 
 TEST_F(ProtectedFolders, WhatLiesInsideStillGoes) {
+  // So does a sibling whose name only begins like a kept folder's.
+  WriteFile(At("home/Mus/song.txt"), "la");
+  DeleteFolderOrApp(At("home/Mus"));
+  EXPECT_FALSE(fs::exists(At("home/Mus")));
   EXPECT_FALSE(fw::IsProtectedFromRemoval(At("home/Applications/Old")));
   DeleteFolderOrApp(At("home/Applications/Old"));
   DeleteFile(At("home/Desktop/note.txt"));
