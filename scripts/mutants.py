@@ -88,12 +88,23 @@ def sync(source, target):
                 os.remove(os.path.join(target, rel))
 
 
+LAST_OUTPUT = [""]
+
+
 def run(cmd, cwd, timeout, env=None):
     try:
-        return subprocess.run(cmd, cwd=cwd, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
-                              timeout=timeout, env=env).returncode
+        done = subprocess.run(cmd, cwd=cwd, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=timeout, env=env)
+        LAST_OUTPUT[0] = done.stdout.decode("utf-8", "replace")
+        return done.returncode
     except subprocess.TimeoutExpired:
+        LAST_OUTPUT[0] = ""
         return "timeout"
+
+
+def first_failure():
+    """The first test that failed in the last run, to show what caught a fault."""
+    m = re.search(r"^\[  FAILED  \] (\S+)", LAST_OUTPUT[0], re.M)
+    return m.group(1) if m else "no test named (a crash or a time-out?)"
 
 
 def main():
@@ -141,6 +152,7 @@ def main():
         path = os.path.join(tree, f["file"])
         pristine = open(path, encoding="utf-8").read()
         start = time.time()
+        by = ""
         try:
             open(path, "w", encoding="utf-8").write(pristine.replace(f["original"], f["replacement"], 1))
             if run(["ninja", "-C", build] + targets, tree, 1800, env) != 0:
@@ -153,9 +165,11 @@ def main():
                     rc = run([os.path.join(build, "ostrel_gui_tests"), "--gtest_brief=1",
                               "--gtest_filter=" + f["gui"]], build, 1800, env)
                 verdict = "survived" if rc == 0 else "caught"
+                by = "" if rc == 0 else first_failure()
         finally:
             open(path, "w", encoding="utf-8").write(pristine)
-        print("%-28s %-15s %4.0fs  %s" % (f["id"], verdict, time.time() - start, f["what"]), flush=True)
+        print("%-28s %-15s %4.0fs  %s%s" % (f["id"], verdict, time.time() - start, f["what"],
+                                           "  [by " + by + "]" if by else ""), flush=True)
         if verdict == "caught":
             caught.append(f)
         elif verdict == "survived":
