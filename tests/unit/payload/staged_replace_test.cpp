@@ -10,6 +10,7 @@
 
 #include "framework/own_files.h"
 #include "payload/expansion_wait.h"
+#include "payload/zip/zip_expand.h"
 #include "payload/zip/zip_opener.h"
 #include "support/forked_child.h"
 #include "support/small_volumes.h"
@@ -221,6 +222,15 @@ TEST_F(FaultMountedTargetTest, ATargetThatCannotBeMovedAsideIsKeptAndTheRunEnds)
   EXPECT_LE(platform.ticks - start, kOldTargetGiveUpTicks + 60);
   EXPECT_EQ(ReadFile(At("dest/MyApp/old.txt")), "the earlier installation");
   EXPECT_EQ(std::distance(fs::directory_iterator(At("dest")), fs::directory_iterator()), 1);
+}
+
+TEST_F(FaultMountedTargetTest, AnArchiveLargerThanTheVolumesFreeSpaceIsRefusedBeforeWriting) {
+  if (!Mounted(At("volume"), 1024)) return;
+  WriteZip(At("big.zip"), {{"a.bin", RandomBytes(1536 * 1024, 3)}});
+  const ExpandResult r = ExpandZipArchive(At("big.zip"), At("volume/dest"));
+  EXPECT_FALSE(r.ok);
+  EXPECT_NE(r.error.find("it needs"), std::string::npos) << r.error;
+  EXPECT_TRUE(fs::is_empty(At("volume/dest")));
 }
 
 }  // namespace
