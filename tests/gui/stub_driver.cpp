@@ -57,7 +57,7 @@ std::string StubDriverTest::Expect(const std::string& titleRegex, const std::str
     ADD_FAILURE() << "no window titled " << titleRegex;
     return {};
   }
-  std::this_thread::sleep_for(300ms);  // let it paint before the picture is taken
+  x->WaitSettled(*id);  // laid out, so that a click lands on its control
   Shot(*id, shotName);
   return *id;
 }

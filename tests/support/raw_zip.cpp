@@ -51,6 +51,15 @@ RawEntry Packed(std::string name, std::string content) {
 RawEntry Folder(std::string name, uint32_t mode) { return File(std::move(name), {}, mode); }
 RawEntry Link(std::string name, std::string target) { return File(std::move(name), std::move(target), kLinkMode); }
 
+std::string UnicodePathField(const std::string& storedName, const std::string& utf8) {
+  std::string field;
+  Put16(field, 0x7075);
+  Put16(field, 5 + utf8.size());
+  field += '\1';
+  Put32(field, Crc(storedName));
+  return field + utf8;
+}
+
 std::string BuildRawZip(const std::vector<RawEntry>& entries, const RawLayout& layout) {
   std::string zip, directory;
   for (const RawEntry& e : entries) {
@@ -71,20 +80,20 @@ std::string BuildRawZip(const std::vector<RawEntry>& entries, const RawLayout& l
     Put32(common, packed);
     Put32(common, size);
     Put16(common, e.name.size());
-    Put16(common, 0);
+    Put16(common, e.extra.size());
 
     Put32(zip, 0x04034b50);
-    zip += common + e.name + data;
+    zip += common + e.name + e.extra + data;
 
     Put32(directory, 0x02014b50);
-    Put16(directory, 3 << 8 | 20);  // made on Unix
+    Put16(directory, e.system << 8 | 20);
     directory += common;
     Put16(directory, 0);
     Put16(directory, 0);
     Put16(directory, 0);
     Put32(directory, static_cast<uint64_t>(e.unixMode) << 16);
     Put32(directory, offset);
-    directory += e.name;
+    directory += e.name + e.extra;
   }
   const uint64_t directoryOffset = zip.size();
   zip += directory;

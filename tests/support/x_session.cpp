@@ -73,11 +73,14 @@ int RunProgram(const std::vector<std::string>& argv, std::string* output,
 }
 
 XSession::XSession() {
-  // Xvfb picks a free display itself and writes its number to the pipe: no
-  // race with another session started at the same moment on a shared machine.
+  // Xvfb picks a free display itself and writes its number to the pipe once it
+  // accepts connections: no race with another session started at the same
+  // moment on a shared machine. Without -noreset the server resets whenever
+  // its last client leaves (the probe below, an xdotool call, a stub that
+  // ended), and a client connecting during that reset is turned away.
   int fds[2];
   if (pipe(fds) != 0) throw std::runtime_error("no pipe for Xvfb");
-  xvfb_ = Spawn({"Xvfb", "-displayfd", "1", "-screen", "0", "1280x1024x24", "-nolisten", "tcp"}, {}, fds[1], true);
+  xvfb_ = Spawn({"Xvfb", "-displayfd", "1", "-screen", "0", "1280x1024x24", "-nolisten", "tcp", "-noreset"}, {}, fds[1], true);
   close(fds[1]);
   std::string number;
   char c;
@@ -126,12 +129,33 @@ std::string XSession::WindowTitle(const std::string& id) {
 }
 
 std::pair<int, int> XSession::WindowSize(const std::string& id) {
+  const auto g = Geometry(id);
+  return {g[2], g[3]};
+}
+
+std::array<int, 4> XSession::Geometry(const std::string& id) {
   std::string out;
   Xdotool({"getwindowgeometry", "--shell", id}, &out);
-  int w = 0, h = 0;
-  if (auto p = out.find("WIDTH="); p != std::string::npos) w = std::stoi(out.substr(p + 6));
-  if (auto p = out.find("HEIGHT="); p != std::string::npos) h = std::stoi(out.substr(p + 7));
-  return {w, h};
+  std::array<int, 4> g{};
+  const char* keys[] = {"X=", "Y=", "WIDTH=", "HEIGHT="};
+  for (size_t i = 0; i < 4; ++i)
+    if (auto p = out.find(std::string("\n") + keys[i]); p != std::string::npos)
+      g[i] = std::stoi(out.substr(p + 1 + strlen(keys[i])));
+  return g;
+}
+
+void XSession::WaitSettled(const std::string& id, milliseconds timeout) {
+  // A window is mapped before the stub has laid it out: clicks and keys sent
+  // while it still moves or grows land beside their control. Settled = the
+  // same geometry on three looks in a row.
+  const auto end = steady_clock::now() + timeout;
+  auto last = Geometry(id);
+  for (int same = 0; same < 2 && steady_clock::now() < end;) {
+    std::this_thread::sleep_for(milliseconds(60));
+    const auto now = Geometry(id);
+    same = now == last ? same + 1 : 0;
+    last = now;
+  }
 }
 
 void XSession::Click(const std::string& id, int x, int y) {

@@ -4,6 +4,7 @@
 
 #include <sys/types.h>
 
+#include <array>
 #include <chrono>
 #include <map>
 #include <optional>
@@ -32,6 +33,8 @@ class XSession {
   std::string WindowTitle(const std::string& id);
   // Width and height of the window's inside.
   std::pair<int, int> WindowSize(const std::string& id);
+  // Returns once the window's place and size stop changing.
+  void WaitSettled(const std::string& id, std::chrono::milliseconds timeout = std::chrono::seconds(5));
 
   void Click(const std::string& id, int x, int y);  // window-relative
   void Key(const std::string& id, const std::string& keys);
@@ -41,6 +44,7 @@ class XSession {
 
  private:
   int Xdotool(const std::vector<std::string>& args, std::string* out = nullptr);
+  std::array<int, 4> Geometry(const std::string& id);  // x, y, width, height
   void StopXvfb();
   pid_t xvfb_ = -1;
   std::string display_;

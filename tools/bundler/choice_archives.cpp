@@ -5,6 +5,7 @@
 #include <cctype>
 
 #include "bundler/payload_zip.h"
+#include "payload/zip/zip_entry_methods.h"
 #include "framework/sha256.h"
 #include "fileutil/view_const.h"
 #include "framework/text.h"
@@ -123,6 +124,9 @@ bool SetChoiceKey(SetupDescription& d, const std::string& key, const std::string
       const std::string file = Resolve(baseFolder, value);
       e.sha256 = fw::Sha256OfFile(file);
       if (e.sha256.empty()) throw BadInput("\"" + key + "\": cannot read " + file);
+      // Refused here in the words the installer would use, not found out there.
+      if (const std::string why = WhyZipFileCannotBeRead(file); !why.empty())
+        throw BadInput("\"" + key + "\": the archive " + file + " could not be expanded: " + why);
     }
   } else {
     throw BadInput("unknown key \"" + key + "\"");

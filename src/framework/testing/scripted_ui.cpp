@@ -73,6 +73,7 @@ void ScriptedUI::RunTimers(Window& w) {
 
 void ScriptedUI::ShowModal(Window& w) {
   modals.push_back(Snapshot(w));
+  if (onModal) onModal(w);
   if (HasRunningTimer(w)) {
     RunTimers(w);
     return;

@@ -57,6 +57,7 @@ class ScriptedUI : public UI {
   static Answer PressCancel();
 
   std::deque<Answer> answers;
+  std::function<void(Window&)> onModal;  // told of each modal window as it is shown, answered or not
   std::vector<Seen> modals;          // every modal window, at the moment it was shown
   std::vector<std::string> messages;  // every MsgBox text
   std::deque<std::optional<std::string>> folderAnswers;  // answers for the folder chooser

@@ -1,10 +1,14 @@
 #include "payload/zip/zip_directory.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+
+#include <libdeflate.h>
 
 namespace ostrel {
 namespace {
@@ -52,8 +56,11 @@ bool ParseExtra(ZipRecord& r, const unsigned char* p, size_t n, bool wantSize, b
     } else if (id == 0x5455 && size >= 5 && (data[0] & 1)) {
       r.hasUnixTime = true;
       r.unixTime = static_cast<int32_t>(Le32(data + 1));
-    } else if (id == 0x7075) {
-      r.unicodePathField = true;
+    } else if (id == 0x7075 && size >= 5 && data[0] == 1 &&
+               Le32(data + 1) == libdeflate_crc32(0, r.name.data(), r.name.size())) {
+      // A field whose checksum does not match belongs to an older name: a
+      // tool renamed the entry without knowing the field.
+      r.unicodeName.assign(reinterpret_cast<const char*>(data + 5), size - 5u);
     }
     p += 4 + size;
     n -= 4 + size;
@@ -62,13 +69,14 @@ bool ParseExtra(ZipRecord& r, const unsigned char* p, size_t n, bool wantSize, b
 }
 
 // Finds the end record: it must close the file exactly, behind its comment.
-bool FindEnd(int fd, uint64_t fileSize, EndRecord& end, ZipDirectory& fail) {
+bool FindEnd(int fd, uint64_t fileSize, bool lenient, EndRecord& end, ZipDirectory& fail) {
   const size_t tail = static_cast<size_t>(std::min<uint64_t>(fileSize, kEndSize + kMaxComment));
   std::vector<unsigned char> buf(tail);
   if (tail < kEndSize || !ReadAt(fd, fileSize - tail, buf.data(), tail)) return false;
   for (size_t at = tail - kEndSize + 1; at-- > 0;) {
     const unsigned char* p = buf.data() + at;
-    if (Le32(p) != kEndSignature || at + kEndSize + Le16(p + 20) != tail) continue;
+    const size_t ends = at + kEndSize + Le16(p + 20);
+    if (Le32(p) != kEndSignature || (lenient ? ends > tail : ends != tail)) continue;
     end.position = fileSize - tail + at;
     end.disk = Le16(p + 4);
     end.directoryDisk = Le16(p + 6);
@@ -77,17 +85,22 @@ bool FindEnd(int fd, uint64_t fileSize, EndRecord& end, ZipDirectory& fail) {
     end.size = Le32(p + 12);
     end.offset = Le32(p + 16);
     const bool deferred = end.entries == 0xFFFF || end.size == 0xFFFFFFFF || end.offset == 0xFFFFFFFF;
-    unsigned char loc[kLocatorSize];
-    if (end.position < kLocatorSize || !ReadAt(fd, end.position - kLocatorSize, loc, kLocatorSize) ||
-        Le32(loc) != kLocatorSignature) {
-      if (deferred) fail = Fail(ZipDirectory::Damaged, "its zip64 end record is missing");
-      return !deferred;
-    }
-    const uint64_t at64 = Le64(loc + 8);
-    unsigned char e[kEnd64Size];
-    if (Le32(loc + 4) != 0 || Le32(loc + 16) > 1) return false;  // spanned over several discs
-    if (end.position < kLocatorSize + kEnd64Size || at64 > end.position - kLocatorSize - kEnd64Size || !ReadAt(fd, at64, e, kEnd64Size) || Le32(e) != kEnd64Signature) {
-      fail = Fail(ZipDirectory::Damaged, "its zip64 end record is not where its locator says");
+    // Bytes that look like a locator may end the last directory record (an
+    // extra field, a name): they count only where the end record defers to
+    // zip64, or where they lead to a real zip64 end record.
+    unsigned char loc[kLocatorSize], e[kEnd64Size];
+    const bool locator = end.position >= kLocatorSize && ReadAt(fd, end.position - kLocatorSize, loc, kLocatorSize) &&
+                         Le32(loc) == kLocatorSignature;
+    const bool spanned = locator && (Le32(loc + 4) != 0 || Le32(loc + 16) > 1);
+    const uint64_t at64 = locator ? Le64(loc + 8) : 0;
+    const bool real = locator && !spanned && end.position >= kLocatorSize + kEnd64Size &&
+                      at64 <= end.position - kLocatorSize - kEnd64Size && ReadAt(fd, at64, e, kEnd64Size) &&
+                      Le32(e) == kEnd64Signature;
+    if (!real) {
+      if (!deferred) return true;
+      if (spanned) return false;  // spanned over several discs
+      fail = Fail(ZipDirectory::Damaged, locator ? "its zip64 end record is not where its locator says"
+                                                 : "its zip64 end record is missing");
       return false;
     }
     EndRecord wide{Le32(e + 16), Le32(e + 20), Le64(e + 24), Le64(e + 32), Le64(e + 40), Le64(e + 48), at64};
@@ -116,15 +129,20 @@ bool ReadAt(int fd, uint64_t offset, void* buffer, size_t size) {
   return true;
 }
 
-ZipDirectory ReadZipDirectory(int fd, uint64_t fileSize) {
+ZipDirectory ReadZipDirectory(int fd, uint64_t fileSize, bool lenient) {
   EndRecord end;
   ZipDirectory fail;
-  if (!FindEnd(fd, fileSize, end, fail)) return fail;
+  if (!FindEnd(fd, fileSize, lenient, end, fail)) return fail;
   if (end.disk != 0 || end.directoryDisk != 0 || end.entriesHere != end.entries) return Fail(ZipDirectory::Unreadable);
   if (end.size > end.position || end.offset > end.position - end.size)
     return Fail(ZipDirectory::Damaged, "its directory lies beyond the end of the file");
   // Data in front of the archive (a self-extractor) shifts every offset.
-  if (end.offset + end.size != end.position) return Fail(ZipDirectory::Unreadable);
+  uint64_t shift = 0;
+  if (end.offset + end.size != end.position) {
+    if (!lenient) return Fail(ZipDirectory::Unreadable);
+    shift = end.position - end.size - end.offset;
+    end.offset += shift;
+  }
   // Every record takes 46 bytes at least: a count beyond that is a lie, and
   // is caught before anything is reserved for it.
   if (end.entries > end.size / kRecordSize)
@@ -160,13 +178,28 @@ ZipDirectory ReadZipDirectory(int fd, uint64_t fileSize) {
     if (!ParseExtra(r, p + kRecordSize + nameLen, extraLen, r.size == 0xFFFFFFFF, r.compressedSize == 0xFFFFFFFF,
                     r.localOffset == 0xFFFFFFFF))
       return Fail(ZipDirectory::Damaged, "the directory record of \"" + r.name + "\" is malformed");
+    r.localOffset += shift;
     d.records.push_back(std::move(r));
     at += kRecordSize + nameLen + extraLen + commentLen;
   }
   // Anything behind the records (a signature block, say) is left to the general reader.
-  if (at != dir.size()) return Fail(ZipDirectory::Unreadable);
+  if (at != dir.size() && !lenient) return Fail(ZipDirectory::Unreadable);
   d.status = ZipDirectory::Ok;
   return d;
+}
+
+std::string ReadZipFileDirectory(const std::string& path, ZipDirectory& dir) {
+  const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  struct stat st;
+  if (fd < 0 || fstat(fd, &st) != 0) {
+    const std::string why = std::string("it cannot be read (") + std::strerror(errno) + ")";
+    if (fd >= 0) close(fd);
+    return why;
+  }
+  dir = ReadZipDirectory(fd, static_cast<uint64_t>(st.st_size), true);
+  close(fd);
+  if (dir.status == ZipDirectory::Ok) return {};
+  return "it is damaged or not a zip archive" + (dir.why.empty() ? std::string() : " (" + dir.why + ")");
 }
 
 }  // namespace ostrel

@@ -20,7 +20,9 @@ struct ZipRecord {
   uint64_t compressedSize = 0, size = 0, localOffset = 0;
   bool hasUnixTime = false;  // the extended timestamp field gave a time
   int64_t unixTime = 0;
-  bool unicodePathField = false;  // a second name the general reader would use
+  // The UTF-8 name of an Info-ZIP Unicode Path field whose checksum matches
+  // the stored name; empty without one.
+  std::string unicodeName;
 };
 
 struct ZipDirectory {
@@ -35,8 +37,16 @@ struct ZipDirectory {
   std::vector<ZipRecord> records;
 };
 
-// Reads the directory of the open archive `fd` of `fileSize` bytes.
-ZipDirectory ReadZipDirectory(int fd, uint64_t fileSize);
+// Reads the directory of the open archive `fd` of `fileSize` bytes. Strict,
+// it takes only the common layout (the directory, then the end record as the
+// file's last bytes); `lenient` also takes data in front of the archive (the
+// offsets are moved by it), behind it, and behind the records, as the
+// general reader does.
+ZipDirectory ReadZipDirectory(int fd, uint64_t fileSize, bool lenient = false);
+
+// Opens the archive at `path` and reads its directory leniently; empty, or
+// why it cannot be read (a phrase that completes "could not be expanded: ").
+std::string ReadZipFileDirectory(const std::string& path, ZipDirectory& dir);
 
 // Reads exactly `size` bytes at `offset`; false on a short read or an error.
 bool ReadAt(int fd, uint64_t offset, void* buffer, size_t size);

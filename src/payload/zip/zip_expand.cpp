@@ -20,6 +20,9 @@
 #include <utility>
 #include <vector>
 
+#include "payload/zip/zip_directory.h"
+#include "payload/zip/zip_entry_methods.h"
+#include "payload/zip/zip_entry_names.h"
 #include "payload/zip/zip_entry_rules.h"
 #include "payload/zip/zip_fast_expand.h"
 
@@ -33,10 +36,11 @@ using Links = std::vector<std::pair<std::string, std::string>>;  // entry path, 
 // Every entry the archive writes, by its path: a link's target, or nothing.
 using Entries = std::map<std::string, std::optional<std::string>>;
 
-std::string Damaged(archive* a) {
-  const char* message = archive_error_string(a);
-  return std::string("it is damaged or not a zip archive") +
-         (message ? std::string(" (") + message + ")" : std::string());
+// `entry` names the entry whose content the reader found damaged, if any.
+std::string Damaged(archive* a, const std::string& entry = {}) {
+  std::string message = archive_error_string(a) ? archive_error_string(a) : "";
+  if (!entry.empty()) message = "\"" + entry + "\"" + (message.empty() ? "" : ": " + message);
+  return "it is damaged or not a zip archive" + (message.empty() ? std::string() : " (" + message + ")");
 }
 
 std::string WriteFailed(const std::string& path, archive* out) {
@@ -62,16 +66,50 @@ Reader OpenReader(const std::string& path, std::string& why) {
   return a;
 }
 
-std::string EntryName(archive_entry* e) {
-  if (const char* name = archive_entry_pathname(e)) return name;
-  if (const char* name = archive_entry_pathname_utf8(e)) return name;
+// The entries' names as the central directory holds them, in the order the
+// reader gives the entries (that of their local headers). The reader's own
+// names went through a character-set conversion that normalizes Unicode and
+// takes every "\" for a separator; these are the bytes of the archive.
+struct DirectoryNames {
+  std::vector<const ZipRecord*> records;
+  std::vector<std::string> names;
+  size_t next = 0;
+};
+
+std::string ReadDirectoryNames(const std::string& archivePath, ZipDirectory& dir, DirectoryNames& out) {
+  if (std::string why = ReadZipFileDirectory(archivePath, dir); !why.empty()) return why;
+  if (std::string why = WhyArchiveCannotBeRead(dir.records); !why.empty()) return why;
+  for (const ZipRecord& r : dir.records) out.records.push_back(&r);
+  std::stable_sort(out.records.begin(), out.records.end(),
+                   [](const ZipRecord* a, const ZipRecord* b) { return a->localOffset < b->localOffset; });
+  for (const ZipRecord* r : out.records) {
+    std::string name, why;
+    EntryNameOf(*r, name, why);  // every name passed in WhyArchiveCannotBeRead
+    out.names.push_back(std::move(name));
+  }
   return {};
+}
+
+// The record of the entry the reader has just given, checked against it.
+const ZipRecord* PairedRecord(archive_entry* e, DirectoryNames& names, std::string& name, std::string& why) {
+  if (names.next >= names.records.size()) {
+    why = "it is damaged or not a zip archive (it holds more entries than its directory names)";
+    return nullptr;
+  }
+  const ZipRecord* r = names.records[names.next];
+  name = names.names[names.next++];
+  if (archive_entry_filetype(e) == AE_IFREG && archive_entry_size_is_set(e) &&
+      static_cast<uint64_t>(archive_entry_size(e)) != r->size) {
+    why = "it is damaged or not a zip archive (the entry \"" + name + "\" differs from its directory record)";
+    return nullptr;
+  }
+  return r;
 }
 
 // The entry's plain relative path, or empty with the reason it is refused.
 // `links` holds the paths of the links met earlier in the archive.
-std::string CheckEntry(archive_entry* e, const std::set<std::string>& links, std::string& why) {
-  const std::string name = EntryName(e);
+std::string CheckEntry(archive_entry* e, const std::string& name, const std::set<std::string>& links,
+                       std::string& why) {
   const std::string path = CheckedEntryPath(name, why);
   if (path.empty()) return {};
   if (archive_entry_hardlink(e)) {
@@ -106,16 +144,23 @@ std::string CheckEntry(archive_entry* e, const std::set<std::string>& links, std
 
 // Reads the next entry that is to be written: true with its checked path;
 // false at the end, or with the reason in `why` when the archive is refused.
-bool NextEntry(archive* in, const std::set<std::string>& links, archive_entry*& e, std::string& path,
-               std::string& why) {
+bool NextEntry(archive* in, DirectoryNames& names, const std::set<std::string>& links, archive_entry*& e,
+               std::string& path, const ZipRecord*& record, std::string& why) {
   for (;;) {
     const int r = archive_read_next_header(in, &e);
-    if (r == ARCHIVE_EOF) return false;
+    if (r == ARCHIVE_EOF) {
+      if (names.next != names.records.size())
+        why = "it is damaged or not a zip archive (it holds fewer entries than its directory names)";
+      return false;
+    }
     if (r < ARCHIVE_WARN) {
       why = Damaged(in);
       return false;
     }
-    path = CheckEntry(e, links, why);
+    std::string name;
+    record = PairedRecord(e, names, name, why);
+    if (!record) return false;
+    path = CheckEntry(e, name, links, why);
     if (path.empty()) return false;
     if (!IsMacResourceEntry(path)) return true;
   }
@@ -143,18 +188,22 @@ std::string CheckLinkChains(const std::string& root, const Entries& entries) {
 }
 
 // First pass: every entry is checked and sized before anything is written.
-std::string Survey(const std::string& archivePath, const std::string& root, const ExpandRules& rules,
-                   int64_t& total) {
+std::string Survey(const std::string& archivePath, DirectoryNames names, const std::string& root,
+                   const ExpandRules& rules, int64_t& total) {
   std::string why;
   Reader in = OpenReader(archivePath, why);
   if (!in) return why;
   std::set<std::string> links;
   Entries entries;
   archive_entry* e = nullptr;
+  const ZipRecord* record = nullptr;
   std::string path;
-  while (NextEntry(in.get(), links, e, path, why)) {
+  while (NextEntry(in.get(), names, links, e, path, record, why)) {
     const auto type = archive_entry_filetype(e);
     if (std::string bad = CheckShape(rules, path, type == AE_IFDIR); !bad.empty()) return bad;
+    // An empty entry is never decoded (see Extract): its checksum is checked here.
+    if (type == AE_IFREG && record->size == 0 && record->crc != 0)
+      return "it is damaged or not a zip archive (the empty entry \"" + path + "\" has a checksum)";
     if (type == AE_IFLNK) links.insert(path);
     entries[path] = type == AE_IFLNK ? std::optional<std::string>(archive_entry_symlink(e)) : std::nullopt;
     total += (archive_entry_size_is_set(e) ? archive_entry_size(e) : 0) + 1;
@@ -173,7 +222,7 @@ std::string CopyContent(archive* in, archive* out, archive_entry* e, const std::
     la_int64_t offset = 0;
     const int r = archive_read_data_block(in, &block, &size, &offset);
     if (r == ARCHIVE_EOF) break;
-    if (r != ARCHIVE_OK) return Damaged(in);  // a bad checksum comes as a warning
+    if (r != ARCHIVE_OK) return Damaged(in, path);  // a bad checksum comes as a warning
     if (archive_write_data_block(out, block, size, offset) != ARCHIVE_OK) return WriteFailed(path, out);
     end = std::max<int64_t>(end, offset + static_cast<int64_t>(size));
     progress.done += static_cast<int64_t>(size);
@@ -189,7 +238,7 @@ std::string CopyContent(archive* in, archive* out, archive_entry* e, const std::
 
 // Second pass, below the working folder: the entries are written under
 // their checked relative names.
-std::string Extract(const std::string& archivePath, ExpandProgress& progress, Links& made) {
+std::string Extract(const std::string& archivePath, DirectoryNames names, ExpandProgress& progress, Links& made) {
   std::string why;
   Reader in = OpenReader(archivePath, why);
   if (!in) return why;
@@ -199,12 +248,15 @@ std::string Extract(const std::string& archivePath, ExpandProgress& progress, Li
                                                 ARCHIVE_EXTRACT_SECURE_NOABSOLUTEPATHS);
   std::set<std::string> links;
   archive_entry* e = nullptr;
+  const ZipRecord* record = nullptr;
   std::string path;
-  while (NextEntry(in.get(), links, e, path, why)) {
+  while (NextEntry(in.get(), names, links, e, path, record, why)) {
     archive_entry_set_pathname(e, path.c_str());
     archive_entry_set_perm(e, archive_entry_perm(e) & 0777);  // no setuid, setgid or sticky bit
     if (archive_write_header(out.get(), e) < ARCHIVE_WARN) return WriteFailed(path, out.get());
-    if (archive_entry_filetype(e) == AE_IFREG) {
+    // An empty entry has no content to decode, in whatever method it is
+    // stored (the LZMA decoder fails on the marker an empty entry ends with).
+    if (archive_entry_filetype(e) == AE_IFREG && record->size != 0) {
       why = CopyContent(in.get(), out.get(), e, path, progress);
       if (!why.empty()) return why;
     }
@@ -272,8 +324,11 @@ ExpandResult ExpandZipArchive(const std::string& archivePath, const std::string&
   // is written, the general way below.
   if (auto fast = TryFastExpansion(archiveAbsolute, real, p, rules)) return *fast;
 
+  ZipDirectory dir;
+  DirectoryNames names;
+  if (std::string why = ReadDirectoryNames(archiveAbsolute, dir, names); !why.empty()) return {false, why};
   int64_t total = 0;
-  if (std::string why = Survey(archiveAbsolute, real, rules, total); !why.empty()) return {false, why};
+  if (std::string why = Survey(archiveAbsolute, names, real, rules, total); !why.empty()) return {false, why};
   p.total = total;
 
   Links made;
@@ -281,7 +336,7 @@ ExpandResult ExpandZipArchive(const std::string& archivePath, const std::string&
   {
     WorkingFolder working(real);
     if (!working.Entered()) return {false, "the folder \"" + folder + "\" cannot be opened"};
-    why = Extract(archiveAbsolute, p, made);
+    why = Extract(archiveAbsolute, names, p, made);
   }
   // The chains were checked before writing; what the disc holds now is
   // checked again, should it have changed meanwhile.

@@ -12,6 +12,7 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "payload/zip/zip_entry_names.h"
 #include "payload/zip/zip_entry_rules.h"
 
 namespace ostrel {
@@ -143,9 +144,10 @@ class HeaderCheck {
 };
 
 // The common name needs no rewriting: relative, without empty, "." or ".."
-// parts. Such a name is its own path, less a folder's trailing "/".
+// parts, without "\" (a "..\" part climbs on Windows). Such a name is its
+// own path, less a folder's trailing "/".
 bool IsPlainName(const std::string& name) {
-  if (name.empty() || name[0] == '/') return false;
+  if (name.empty() || name[0] == '/' || name.find('\\') != std::string::npos) return false;
   for (size_t start = 0; start < name.size();) {
     size_t end = name.find('/', start);
     if (end == std::string::npos) end = name.size();
@@ -192,13 +194,13 @@ PlanVerdict PlanFastExpansion(int fd, const ZipDirectory& dir, const std::string
 
   for (size_t i = 0; i < dir.records.size(); ++i) {
     const ZipRecord& r = dir.records[i];
-    // Encryption, other methods, names in a second field or with a byte this
-    // reader would take otherwise than the general one: all left to it.
-    if ((r.flags & 0x2041) != 0 || (r.method != 0 && r.method != 8) || r.unicodePathField ||
-        r.name.find('\0') != std::string::npos || r.name.find('\\') != std::string::npos)
-      return PlanVerdict::Fallback;
-    const std::string path = IsPlainName(r.name) ? r.name.substr(0, r.name.size() - (r.name.back() == '/'))
-                                                 : CheckedEntryPath(r.name, why);
+    // Encryption and other methods are left to the general reader, which
+    // names what it cannot read.
+    if ((r.flags & 0x2041) != 0 || (r.method != 0 && r.method != 8)) return PlanVerdict::Fallback;
+    std::string name;
+    if (!EntryNameOf(r, name, why)) return PlanVerdict::Refuse;
+    const std::string path = IsPlainName(name) ? name.substr(0, name.size() - (name.back() == '/'))
+                                               : CheckedEntryPath(name, why);
     if (path.empty()) return PlanVerdict::Refuse;
     const mode_t mode = ZipEntryMode(r);
     if (S_ISLNK(mode)) return PlanVerdict::Fallback;

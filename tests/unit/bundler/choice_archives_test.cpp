@@ -9,6 +9,7 @@
 #include "framework/sha256.h"
 #include "fileutil/view_const.h"
 #include "payload/archives.h"
+#include "support/raw_zip.h"
 #include "unit/bundler/bundler_fixture.h"
 
 namespace ostrel::test {
@@ -21,7 +22,7 @@ class ChoiceArchivesTest : public BundlerTest {
     MakePayload("desc/app");
     WriteFile(At("desc/std/readme.txt"), "standard");
     WriteFile(At("desc/full/bin/tool"), "full");
-    WriteFile(At("desc/served.zip"), "the archive a server hands out");
+    WriteFile(At("desc/served.zip"), BuildRawZip({File("samples/a.txt", "the archive a server hands out")}));
   }
   std::string Build(const std::string& body) {
     const auto d = bundler::ParseDescription("name = S\ntarget = Tool\npayload = app\n" + body, At("desc"), "s.setup");
@@ -76,6 +77,13 @@ TEST_F(ChoiceArchivesTest, WhatCannotBeInstalledIsRefused) {
   EXPECT_NE(ErrorOf("option.1 = A\noption.1.url = http://x/a.zip\noption.1.sha256 = abc\n").find("64 hexadecimal"),
             std::string::npos);
   EXPECT_NE(ErrorOf("options = A,a.zip\noption.1 = B\noption.1.payload = std\n").find("not both"), std::string::npos);
+  // A ready-made archive the installer could not read, in the installer's words.
+  const std::string url = "option.1 = A\noption.1.url = http://x/a.zip\noption.1.sha256_of = ready.zip\n";
+  WriteFile(At("desc/ready.zip"), BuildRawZip({File("a.txt", "a"), RawEntry{.name = "b.bin", .content = "b", .method = 9}}));
+  EXPECT_NE(ErrorOf(url).find("the entry \"b.bin\" uses Deflate64, a compression method this setup cannot read"),
+            std::string::npos);
+  WriteFile(At("desc/ready.zip"), "not an archive");
+  EXPECT_NE(ErrorOf(url).find("damaged or not a zip archive"), std::string::npos);
   EXPECT_FALSE(fs::exists(At("out/S.app")));
 }
 

@@ -2,6 +2,8 @@
 // and from a URL, then the release notes and the completion URL.
 #include <gtest/gtest.h>
 
+#include <set>
+
 
 #include "framework/sha256.h"
 #include "unit/http/http_fixture.h"
@@ -45,9 +47,13 @@ TEST_F(ExpandChoicesTest, TheFolderRuleAndTheStagedMerge) {
   Zip("data.zip", {{"more.dat", "more"}});
   fs::create_directories(At("apps/Tool/Data"));
   WriteFile(At("apps/Tool/Data/mine.dat"), "mine");
-  // The target's own name, in another case, is the target itself.
-  window->fInstallChoices = "Standard,std.zip,Extras|Full,sub/full.zip,tOOL";
-  window->fInstallOptions = "Docs,docs.zip,Docs|Data,data.zip,Data|Other,other.zip,Other";
+  Zip("first.zip", {{"first.txt", "first"}});
+  // The target's own name, in another case, is the target itself. Of two
+  // choices with one caption the last decides; an option is found by its
+  // whole caption, not by a part of a ticked one.
+  window->fInstallChoices = "Full,first.zip,First|Standard,std.zip,Extras|Full,sub/full.zip,tOOL";
+  window->fInstallOptions = "Docs,docs.zip,Docs|Data,data.zip,Data|Other,other.zip,Other|Doc,first.zip,Doc|"
+                            "ata,first.zip,Ata";
   Expand("full", "Docs,Data");
 
   EXPECT_EQ(ui.messages, std::vector<std::string>{});
@@ -58,7 +64,8 @@ TEST_F(ExpandChoicesTest, TheFolderRuleAndTheStagedMerge) {
   EXPECT_EQ(ReadFile(At("apps/Tool/Data/mine.dat")), "mine");
   EXPECT_EQ(ReadFile(At("apps/Tool/Data/more.dat")), "more");
   EXPECT_FALSE(fs::exists(At("apps/Tool/Data_Option")));
-  EXPECT_FALSE(fs::exists(At("apps/Tool/Other")));
+  for (const char* never : {"Other", "First", "Doc", "Ata", "first.txt"})
+    EXPECT_FALSE(fs::exists(At("apps/Tool/") + never)) << never;
   EXPECT_EQ(window->MessageLabel.Text(), "Please Wait");
   ExpectNothingBesideTheTarget();
 }
@@ -115,22 +122,38 @@ TEST_F(ExpandChoicesTest, AnOptionFromAUrl) {
   server.Route("/get/pack.zip", {.body = served});
   server.Route("/get/short.zip", {.body = served.substr(0, 9999)});
   server.Route("/get/", {.body = served});
+  // Broken off after more than the smallest setup: not a download at all.
+  server.Route("/get/cut.zip", {.body = served.substr(0, 15000), .announced = static_cast<int64_t>(served.size())});
   WriteFile(At("apps/pack.zip"), "the user's own pack.zip");
   fs::create_directories(At("apps/Tool/Extras"));
   window->fInstallOptions = "Web," + server.Url("/get/pack.zip") + ",Extras,,sha256=" + fw::Sha256OfFile(At("served.zip")) +
                             "|Short," + server.Url("/get/short.zip") + ",Short|Slash," + server.Url("/get/") +
-                            ",Slash|Self,HTTP://127.0.0.1:" + std::to_string(server.Port()) + "/get/pack.zip,tool";
-  Expand("", "Web,Short,Slash,Self");
+                            ",Slash|Self,HTTP://127.0.0.1:" + std::to_string(server.Port()) + "/get/pack.zip,tool|Cut," +
+                            server.Url("/get/cut.zip") + ",Cut";
+  // Each text from its own slot, the neighbours' told apart.
+  window->fLabels.resize(27);
+  window->fLabels[21] = "Hold on";
+  window->fLabels[22] = "Fetching";
+  window->fLabels[23] = "Pick";
+  std::set<std::string> shown;
+  // Seen at each transfer's wait (a download with no file name has none).
+  ui.onModal = [&](fw::Window&) { shown.insert(window->MessageLabel.Text()); };
+  Expand("", "Web,Short,Slash,Self,Cut");
+  ui.onModal = nullptr;
 
   EXPECT_EQ(ui.messages, (std::vector<std::string>{"Setup file download failed.", "Install failed for option Short",
-                                                   "Setup file download failed.", "Install failed for option Slash"}));
+                                                   "Setup file download failed.", "Install failed for option Slash",
+                                                   "Setup file download failed.", "Install failed for option Cut"}));
+  EXPECT_EQ(shown, (std::set<std::string>{"Fetching Web", "Fetching Short", "Fetching Self",
+                                          "Fetching Cut"}));
+  EXPECT_EQ(window->MessageLabel.Text(), "Hold on");
   EXPECT_EQ(ReadFile(At("apps/Tool/Extras/sub/s.txt")), "s");
   EXPECT_EQ(ReadFile(At("apps/Tool/sub/s.txt")), "s");  // into the target itself, by way of Tool_Option
   EXPECT_EQ(ReadFile(At("apps/pack.zip")), "the user's own pack.zip");
   EXPECT_TRUE(HiddenFiles(At("apps/Tool")).empty());
   EXPECT_EQ(window->ProgressBar1.Maximum(), static_cast<int64_t>(served.size()));
-  // The short answer was asked for twice; the rest once each.
-  EXPECT_EQ(server.Requests().size(), 4u);
+  // The short and the cut answers were asked for twice; the rest once each.
+  EXPECT_EQ(server.Requests().size(), 6u);
   fs::remove(At("apps/pack.zip"));
   ExpectNothingBesideTheTarget();
 }

@@ -59,6 +59,10 @@ TEST_F(ProtectedFolders, NoFormOfAKeptPathIsRemoved) {
 }
 
 TEST_F(ProtectedFolders, WhatLiesInsideStillGoes) {
+  // So does a sibling whose name only begins like a kept folder's.
+  WriteFile(At("home/Mus/song.txt"), "la");
+  DeleteFolderOrApp(At("home/Mus"));
+  EXPECT_FALSE(fs::exists(At("home/Mus")));
   EXPECT_FALSE(fw::IsProtectedFromRemoval(At("home/Applications/Old")));
   DeleteFolderOrApp(At("home/Applications/Old"));
   DeleteFile(At("home/Desktop/note.txt"));
@@ -79,10 +83,18 @@ TEST_F(ProtectedFolders, ALinkToAKeptFolderGoesAsALinkOnly) {
   EXPECT_FALSE(fs::exists(fs::symlink_status(At("tmp/home-link"))));
   EXPECT_FALSE(fs::exists(fs::symlink_status(At("home/Applications/docs-link"))));
   ExpectAllThere();
-  // Through a link in a folder above, the path still names the kept folder.
+  // Through a link in a folder above, or followed by "." or "..", the path
+  // still names the kept folder.
   fs::create_directory_symlink(At("home"), At("tmp/via"));
-  DeleteFolderOrApp(At("tmp/via/Docs"));
-  ExpectAllThere();
+  fs::create_directory_symlink("/", At("tmp/root-link"));
+  EXPECT_TRUE(fw::IsProtectedFromRemoval(At("tmp/root-link/.")));
+  EXPECT_TRUE(fw::IsProtectedFromRemoval(At("tmp/root-link/")  + root.relative_path().string()));
+  for (const std::string& path : {At("tmp/via/Docs"), At("tmp/via/."), At("tmp/via/Docs/.."), At("tmp/via/Music/")}) {
+    SCOPED_TRACE(path);
+    EXPECT_TRUE(fw::IsProtectedFromRemoval(path));
+    DeleteFolderOrApp(path);
+    ExpectAllThere();
+  }
 }
 
 TEST_F(ProtectedFolders, RenamesNeitherReplaceNorCarryOffAKeptFolder) {

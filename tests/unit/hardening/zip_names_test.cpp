@@ -108,5 +108,52 @@ TEST_F(HardeningZipNames, NamesThatLieAboutTheirEncodingStayInside) {
   }
 }
 
+TEST_F(HardeningZipNames, EachNameArrivesAsTheArchiveMeansItByteForByte) {
+  const std::string nfc = "Caf\xC3\xA9.txt", nfd = "Cafe\xCC\x81.txt", cp437 = "Gr\x81\xE1" "e.txt";
+  const std::string utf8 = "Gr\xC3\xBC\xC3\x9F" "e.txt";
+  RawEntry dos = File("notempty\\second.txt", "dos");
+  dos.system = 0;
+  const struct {
+    const char* what;
+    std::vector<RawEntry> entries;
+    Tree expected;
+  } cases[] = {
+      {"composed and decomposed: two files", {File(nfc, "composed"), File(nfd, "decomposed")},
+       {{nfc, "composed"}, {nfd, "decomposed"}}},
+      {"decomposed, flagged UTF-8", {RawEntry{.name = nfd, .content = "d", .flags = 0x0800}}, {{nfd, "d"}}},
+      {"flagged UTF-8 though it is not", {RawEntry{.name = cp437, .content = "f", .flags = 0x0800}}, {{cp437, "f"}}},
+      {"flagged UTF-8 beside a Unicode Path field",
+       {RawEntry{.name = nfc, .content = "u", .flags = 0x0800, .extra = UnicodePathField(nfc, "other.txt")}},
+       {{nfc, "u"}}},
+      {"code page 437 without the flag", {File(cp437, "old windows")}, {{utf8, "old windows"}}},
+      {"UTF-8 without the flag", {File(utf8, "mac")}, {{utf8, "mac"}}},
+      {"a matching Unicode Path field",
+       {RawEntry{.name = cp437, .content = "7z", .extra = UnicodePathField(cp437, "Stra\xC3\x9F" "e.txt")}},
+       {{"Stra\xC3\x9F" "e.txt", "7z"}}},
+      {"a stale Unicode Path field",
+       {RawEntry{.name = cp437, .content = "old", .extra = UnicodePathField("other", "Stra\xC3\x9F" "e.txt")}},
+       {{utf8, "old"}}},
+      {"a backslash made on Windows", {dos}, {{"notempty", "<dir>"}, {"notempty/second.txt", "dos"}}},
+      {"a backslash made on Unix", {File("aa\\bb\\cc\\dd", "unix")}, {{"aa\\bb\\cc\\dd", "unix"}}},
+      {"resource forks", {File("__MACOSX/._a.txt", "fork"), File("a.txt", "a"), File("__MACOSX.txt", "mine")},
+       {{"a.txt", "a"}, {"__MACOSX.txt", "mine"}}},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    EachWay(c.entries, [&](const Outcome& o) {
+      EXPECT_TRUE(o.ok) << o.message;
+      Tree written = TreeOf(Dest());
+      written.erase("zz-inward-link");
+      EXPECT_EQ(written, c.expected);
+    });
+  }
+  // A name with a NUL byte would be cut short: refused whole, nothing written.
+  EachWay({File("fine.txt", "fine"), File(std::string("a\0b6bd", 6), "cut")}, [&](const Outcome& o) {
+    EXPECT_FALSE(o.ok);
+    EXPECT_TRUE(o.route == Route::ZipFileToFolder || o.message.find("a\\0b6bd") != std::string::npos) << o.message;
+    EXPECT_TRUE(fs::is_empty(Dest()));
+  });
+}
+
 }  // namespace
 }  // namespace ostrel::test

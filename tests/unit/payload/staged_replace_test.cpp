@@ -10,6 +10,7 @@
 
 #include "framework/own_files.h"
 #include "payload/expansion_wait.h"
+#include "payload/zip/zip_expand.h"
 #include "payload/zip/zip_opener.h"
 #include "support/forked_child.h"
 #include "support/small_volumes.h"
@@ -107,6 +108,8 @@ TEST_F(PayloadStagedReplaceTest, AnArchiveOfAnotherShapeIsRefusedAndTheEarlierIn
       {"no entry at all", {}, "it is empty"},
       {"only resource forks", {{"__MACOSX/MyApp/._a", "fork"}}, "it is empty"},
       {"a link beside the target", {{"MyApp/a", "a"}, {"link", "MyApp", ZipEntry::Link}}, "\"link\" lies outside"},
+      {"a top folder that only begins with the target's name", {{"MyAppX/a.txt", "a"}}, "\"MyAppX/a.txt\" lies outside"},
+      {"the same, with a link", {{"MyAppX/a", "a"}, {"MyAppX/l", "a", ZipEntry::Link}}, "\"MyAppX/a\" lies outside"},
   };
   for (const auto& shape : shapes) {
     SCOPED_TRACE(shape.what);
@@ -221,6 +224,15 @@ TEST_F(FaultMountedTargetTest, ATargetThatCannotBeMovedAsideIsKeptAndTheRunEnds)
   EXPECT_LE(platform.ticks - start, 60);
   EXPECT_EQ(ReadFile(At("dest/MyApp/old.txt")), "the earlier installation");
   EXPECT_EQ(std::distance(fs::directory_iterator(At("dest")), fs::directory_iterator()), 1);
+}
+
+TEST_F(FaultMountedTargetTest, AnArchiveLargerThanTheVolumesFreeSpaceIsRefusedBeforeWriting) {
+  if (!Mounted(At("volume"), 1024)) return;
+  WriteZip(At("big.zip"), {{"a.bin", RandomBytes(1536 * 1024, 3)}});
+  const ExpandResult r = ExpandZipArchive(At("big.zip"), At("volume/dest"));
+  EXPECT_FALSE(r.ok);
+  EXPECT_NE(r.error.find("it needs"), std::string::npos) << r.error;
+  EXPECT_TRUE(fs::is_empty(At("volume/dest")));
 }
 
 }  // namespace

@@ -6,7 +6,9 @@
 
 #include "payload/archives.h"
 #include "payload/zip/zip_expand.h"
+#include "support/raw_zip.h"
 #include "support/sandbox.h"
+#include "support/snapshot.h"
 #include "support/zip_fixture.h"
 
 namespace ostrel::test {
@@ -47,6 +49,26 @@ TEST_F(PayloadZipExpandTest, ZipFileToFolderReplacesTheFolderOnlyWhenAsked) {
   EXPECT_EQ(ReadFile(At("dest/a.txt")), "new");
   EXPECT_FALSE(fs::exists(At("dest/keep.txt")));
   EXPECT_THROW(ViewConst::ZipFileToFolder("my choice.zip", At("dest"), false), fw::NilObjectException);
+}
+
+TEST_F(PayloadZipExpandTest, ZipFileToFolderLeavesNothingOfAnArchiveThatFailsHalfway) {
+  // The last entry's checksum lies: found only while writing, by either reader.
+  RawEntry bad = Packed("z/last.txt", std::string(5000, 'z'));
+  bad.claimedCrc = 1;
+  const std::vector<std::vector<RawEntry>> archives = {
+      {File("a.txt", "first"), Packed("b/c.txt", std::string(4000, 'c')), bad},
+      {File("a.txt", "first"), Link("l", "a.txt"), bad}};
+  WriteFile(At("parent/Old/keep.txt"), "the earlier option");
+  fs::create_directories(At("parent/Empty"));
+  const Tree before = TreeOf(At("parent"));
+  for (size_t i = 0; i < archives.size(); ++i) {
+    SCOPED_TRACE("archive " + std::to_string(i));
+    WriteFile(At("bad.zip"), BuildRawZip(archives[i]));
+    EXPECT_FALSE(ViewConst::ZipFileToFolder(At("bad.zip"), At("parent/New"), false));
+    EXPECT_FALSE(ViewConst::ZipFileToFolder(At("bad.zip"), At("parent/Empty"), false));
+    EXPECT_FALSE(ViewConst::ZipFileToFolder(At("bad.zip"), At("parent/Old"), true));
+    EXPECT_EQ(TreeOf(At("parent")), before);
+  }
 }
 
 }  // namespace

@@ -191,6 +191,11 @@ TEST_F(PayloadZipFastPathTest, LyingSizesFailWithTheEntrysName) {
     EXPECT_NE(r.error.find(c.expect), std::string::npos) << r.error;
     EXPECT_NE(r.error.find(c.entry.name), std::string::npos) << r.error;
     EXPECT_TRUE(fs::is_empty(At("outside")));
+    // The general reader, taken for an archive with a link, fails them too.
+    const auto general = Expand(BuildRawZip({Link("l", "a.txt"), c.entry}));
+    EXPECT_FALSE(general.ok);
+    EXPECT_FALSE(general.fast);
+    EXPECT_NE(general.error.find(c.entry.name), std::string::npos) << general.error;
   }
 }
 
