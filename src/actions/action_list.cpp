@@ -32,6 +32,10 @@ std::vector<ActionEntry> ParseActionList(const std::string& list) {
 
 std::string HomeFolderPath() { return fw::SpecialFolder(fw::SpecialFolderKind::Home).NativePath(); }
 
+bool IsFullPathAfterMacro(const std::string& path) {
+  return (!path.empty() && path[0] == '/') || ViewConst::Pos(kUserAccount, path) == 1;
+}
+
 std::string ExpandUserAccount(const std::string& path) {
   if (ViewConst::Pos(kUserAccount, path) != 1) return path;
   return HomeFolderPath() + "/" + path.substr(kUserAccount.size());

@@ -24,6 +24,9 @@ std::string HomeFolderPath();
 // "UserAccount/rest" (in any case) becomes the home folder, "/" and the rest;
 // any other path is returned unchanged.
 std::string ExpandUserAccount(const std::string& path);
+// Whether `path` is a full path once its macro is expanded: it begins with
+// "/" or with a macro the action list knows ("UserAccount/").
+bool IsFullPathAfterMacro(const std::string& path);
 
 // An application just copied to `dst` under the applications folder is
 // moved out to the shared folder and back, so that the system registers it

@@ -6,7 +6,10 @@
 
 namespace ostrel::bundler {
 
-// Throws BadInput naming the first entry that cannot work as written.
-void CheckActionList(const std::string& list);
+// Throws BadInput naming the first entry that cannot work as written: a
+// path that is no full one after its macro (an unknown macro, a typo), a
+// copy of an item that `payloadFolder` does not hold (not checked when it is
+// empty), a keyword misspelt into such a copy.
+void CheckActionList(const std::string& list, const std::string& payloadFolder);
 
 }  // namespace ostrel::bundler

@@ -5,6 +5,7 @@
 
 #include <sys/stat.h>
 
+#include <cstdio>
 #include <cstring>
 #include <ctime>
 #include <filesystem>
@@ -96,7 +97,7 @@ std::string BuildBundle(const SetupDescription& description, const std::string& 
   struct stat st;
   if (stat(stubBinary.c_str(), &st) != 0 || !S_ISREG(st.st_mode))
     throw BadInput("no stub executable at " + stubBinary);
-  CheckActionList(d.postInstallActions);
+  CheckActionList(d.postInstallActions, d.payloadFolder);
   CheckResources(d);
   const std::string cleanupProgram = CleanupProgram(d, stubBinary);
 
@@ -117,6 +118,13 @@ std::string BuildBundle(const SetupDescription& description, const std::string& 
   const fs::path payload = fs::canonical(d.payloadFolder);
   if (IsInside(out, payload) || out == payload)
     throw BadInput("the output folder " + out.string() + " lies inside the payload folder " + payload.string());
+  // A payload folder that holds only a folder named like the target installs
+  // as Target/Target/...: built, since it may be meant, but said.
+  if (std::distance(fs::directory_iterator(payload), fs::directory_iterator()) == 1 &&
+      fs::is_directory(payload / d.targetFolder))
+    std::fprintf(stderr, "ostrel-bundle: warning: the payload folder %s holds only the folder \"%s\", so it installs "
+                         "as %s/%s/...; give the folder inside it as the payload if that is not meant\n",
+                 payload.c_str(), d.targetFolder.c_str(), d.targetFolder.c_str(), d.targetFolder.c_str());
 
   std::string work = (bundle.parent_path() / ("." + d.bundleName + ".app.XXXXXX")).string();
   if (!mkdtemp(work.data())) throw std::runtime_error("cannot create a folder in " + out.string());
