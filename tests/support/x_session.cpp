@@ -159,6 +159,10 @@ void XSession::WaitSettled(const std::string& id, milliseconds timeout) {
 }
 
 void XSession::Click(const std::string& id, int x, int y) {
+  // A synced move to where the pointer already is waits for a motion that
+  // never comes (a button of the next window at the same place): the pointer
+  // leaves for the screen's corner first.
+  Xdotool({"mousemove", "0", "0"});
   Xdotool({"mousemove", "--window", id, "--sync", std::to_string(x), std::to_string(y)});
   Xdotool({"click", "1"});
 }
