@@ -24,8 +24,6 @@ namespace {
 using namespace std::chrono_literals;
 
 const std::string kExample = std::string(OSTREL_SOURCE_DIR) + "/examples/choices";
-constexpr int kRowX = 60, kContinueX = 280, kContinueY = 120;
-int RowY(int row) { return 14 + 32 * row + 10; }
 
 class BareRootTest : public StubDriverTest {
  protected:

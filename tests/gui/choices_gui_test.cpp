@@ -19,9 +19,6 @@ namespace {
 using namespace std::chrono_literals;
 
 const std::string kExample = std::string(OSTREL_SOURCE_DIR) + "/examples/choices";
-// Rows of the choice and option dialogs, and their Continue button, for three entries.
-constexpr int kRowX = 60, kContinueX = 280, kContinueY = 120;
-int RowY(int row) { return 14 + 32 * row + 10; }
 
 class ChoicesGuiTest : public StubDriverTest {
  protected:

@@ -51,6 +51,9 @@ class StubDriverTest : public SandboxTest {
   bundler::SetupDescription TestSetup();
   // The main window's buttons, from its design.
   static constexpr int kQuitX = 244, kInstallX = 336, kMainButtonsY = 208;
+  // Rows of the choice and option dialogs, and their Continue button, for three entries.
+  static constexpr int kRowX = 60, kContinueX = 280, kContinueY = 120;
+  static constexpr int RowY(int row) { return 14 + 32 * row + 10; }
 
   std::string bundlePath;
   std::unique_ptr<XSession> x;
