@@ -170,7 +170,10 @@ bool NextEntry(archive* in, DirectoryNames& names, const std::set<std::string>& 
 // the disc, though each reads well alone: every chain is followed as the
 // finished tree would have it, the archive's entries taking the place of
 // what they replace.
-std::string CheckLinkChains(const std::string& root, const Entries& entries) {
+// With a top folder (the main payload) a link may point only inside it: a
+// link beside the target would let a later merge write into the user's folders.
+std::string CheckLinkChains(const std::string& root, const Entries& entries, const std::string& top) {
+  const std::string inside = top.empty() ? root : root + "/" + top;
   const LinkLookup linkAt = [&](const std::string& path) -> std::optional<std::string> {
     if (path.size() > root.size() + 1 && path.compare(0, root.size() + 1, root + "/") == 0) {
       const auto it = entries.find(path.substr(root.size() + 1));
@@ -180,9 +183,13 @@ std::string CheckLinkChains(const std::string& root, const Entries& entries) {
   };
   for (const auto& [path, target] : entries) {
     if (!target) continue;
-    const auto slash = path.rfind('/');
-    const std::string fromRoot = (slash == std::string::npos ? std::string() : path.substr(0, slash + 1)) + *target;
-    if (!ResolvesInside(root, fromRoot, linkAt)) return "the link \"" + path + "\" points outside the destination";
+    // Every entry lies in the top folder (the shape was checked first).
+    const std::string from = top.empty() ? path : path.substr(top.size() + 1);
+    const auto slash = from.rfind('/');
+    const std::string fromInside = (slash == std::string::npos ? std::string() : from.substr(0, slash + 1)) + *target;
+    if (!ResolvesInside(inside, fromInside, linkAt))
+      return "the link \"" + path + "\" points outside " +
+             (top.empty() ? std::string("the destination") : "the folder \"" + top + "\"");
   }
   return {};
 }
@@ -210,7 +217,7 @@ std::string Survey(const std::string& archivePath, DirectoryNames names, const s
   }
   if (!why.empty()) return why;
   if (std::string bad = CheckWholeShape(rules, entries.size()); !bad.empty()) return bad;
-  return CheckLinkChains(root, entries);
+  return CheckLinkChains(root, entries, rules.topFolder);
 }
 
 std::string CopyContent(archive* in, archive* out, archive_entry* e, const std::string& path,

@@ -108,6 +108,22 @@ TEST_F(PayloadExpandFolderTest, DecliningTheReplacementLeavesEverythingAsItWas) 
   EXPECT_TRUE(ui.messages.empty());
 }
 
+// A link beside the target, which a later choice folder could be merged
+// through into the user's own folder, is refused before anything is written.
+TEST_F(PayloadExpandFolderTest, ALinkOutOfTheTargetIsRefusedWithNothingWritten) {
+  WriteFile(At("dest/Documents/mine.txt"), "the user's");
+  WriteScrambledZip("Data2", {{"MyApp/", "", ZipEntry::Folder, 0755},
+                              {"MyApp/readme.txt", "read me"},
+                              {"MyApp/docs", "../Documents", ZipEntry::Link}});
+  ui.folderAnswers.push_back(At("dest"));
+  window->ExpandFolder();
+  ASSERT_EQ(ui.messages.size(), 1u);
+  EXPECT_NE(ui.messages[0].find("the link \"MyApp/docs\" points outside the folder \"MyApp\""), std::string::npos)
+      << ui.messages[0];
+  EXPECT_TRUE(window->fInstallationFailed);
+  EXPECT_EQ(TreeOf(At("dest")), (Tree{{"Documents", "<dir>"}, {"Documents/mine.txt", "the user's"}}));
+}
+
 TEST_F(PayloadExpandFolderTest, AMissingPayloadIsReportedAndTheRunEndsThere) {
   WriteFile(Resources() + "/after.sh", "#!/bin/sh\n");
   window->fExecuteAfterName = "after.sh";
