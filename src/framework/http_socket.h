@@ -15,6 +15,9 @@
 
 namespace fw {
 
+// The error code of a connection that the server's machine refused.
+constexpr int kHttpConnectionRefused = 1;
+
 class HTTPSocket {
  public:
   HTTPSocket() = default;
@@ -39,6 +42,7 @@ class HTTPSocket {
  protected:
   // On the transport's thread. `content` is empty when the body went to a file.
   virtual void Event_PageReceived(const std::string& url, int status, const std::string& content) {}
+  // `code` is the transport's; kHttpConnectionRefused when nobody listens.
   virtual void Event_Error(int code, const std::string& message) {}
 
  private:

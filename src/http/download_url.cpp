@@ -77,8 +77,10 @@ bool OstrelStubWindow::DownloadURL(const std::string& url, const std::string& fi
     const bool damaged = whole && !ostrel::ArchiveMatchesPin(pin, file.Path());
     if (whole && !damaged) break;
     file.Remove();
-    // A failed or damaged download gets one more try before it is given up.
-    if (attempt == kTries) {
+    // A download that broke off or came damaged gets one more try; one the
+    // server refused or never answered does not (a dead server costs one
+    // minute, not two).
+    if (attempt == kTries || answer.refusedOrTimedOut) {
       fw::MsgBox(damaged ? ostrel::DamagedArchiveMessage(fileName) : "Setup file download failed.");
       return false;
     }

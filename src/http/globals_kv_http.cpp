@@ -63,6 +63,8 @@ HttpFileAnswer HttpGetToFile(const std::string& url, int timeout, const std::str
   if (t.kv) answer.stored = !t.kv->StoreFailed();
   // A whole page's bytes; an error, a time-out or a refused write leaves none that count.
   if (!t.timedOut && answer.stored && !t.kv->fError) answer.length = t.kv->BytesReceived();
+  answer.refusedOrTimedOut = t.timedOut || !t.kv || t.kv->fStatus >= 400 ||
+                             (t.kv->fError && t.kv->fErrorCode == fw::kHttpConnectionRefused);
   return answer;
 }
 

@@ -21,6 +21,8 @@ class TKvHttp : public fw::HTTPSocket {
  public:
   std::string fResponse;
   bool fError = false;  // the transfer ended by an error, not with a page
+  int fStatus = 0;      // the page's HTTP status
+  int fErrorCode = 0;   // the transport's code of the error
   std::atomic<bool> fDone{false};
 
  protected:
@@ -80,6 +82,9 @@ void PostDataAppend(std::string& data, const std::string& name, const std::strin
 struct HttpFileAnswer {
   int64_t length = 0;   // bytes of a whole page in the file; 0 for an error or a time-out
   bool stored = true;   // false when the file could not take the bytes
+  // The server said no (an error status, a refused connection) or never
+  // answered in time: asking again would only make the user wait.
+  bool refusedOrTimedOut = false;
 };
 HttpFileAnswer HttpGetToFile(const std::string& url, int timeout, const std::string& path,
                              const HttpProgressReport& progress);

@@ -8,7 +8,8 @@ const char* const kFormType = "application/x-www-form-urlencoded";
 
 }  // namespace
 
-void TKvHttp::Event_PageReceived(const std::string&, int, const std::string& content) {
+void TKvHttp::Event_PageReceived(const std::string&, int status, const std::string& content) {
+  fStatus = status;
   try {
     fResponse = content;
   } catch (...) {
@@ -17,7 +18,8 @@ void TKvHttp::Event_PageReceived(const std::string&, int, const std::string& con
   fDone.store(true, std::memory_order_release);
 }
 
-void TKvHttp::Event_Error(int, const std::string&) {
+void TKvHttp::Event_Error(int code, const std::string&) {
+  fErrorCode = code;
   fResponse.clear();
   fError = true;
   fDone.store(true, std::memory_order_release);

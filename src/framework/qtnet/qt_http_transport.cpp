@@ -1,4 +1,5 @@
 #include "framework/qtnet/qt_http_transport.h"
+#include "framework/http_socket.h"
 
 #include <QCoreApplication>
 #include <QNetworkAccessManager>
@@ -96,6 +97,8 @@ void ReportHeaders(TransferState& s) {
     return true;
   });
 }
+
+static_assert(fw::kHttpConnectionRefused == QNetworkReply::ConnectionRefusedError);
 
 void Finish(TransferState& s) {
   QNetworkReply* reply = s.reply;

@@ -112,6 +112,7 @@ TEST_F(DownloadUrlTest, TheSizeRuleAndOneMoreTry) {
   EXPECT_FALSE(Download("/404"));
   EXPECT_EQ(ui.messages, (std::vector<std::string>{"Setup file download failed.", "Setup file download failed."}));
   EXPECT_EQ(RequestsFor("/9999"), 2u);
+  EXPECT_EQ(RequestsFor("/404"), 1u);  // the server said no: not asked again
   ExpectNothingLeft();
 
   // Big enough, so it is stored and handed on; not an archive, so that fails quietly.
