@@ -8,6 +8,8 @@ namespace ostrel::actions {
 namespace {
 
 const std::string kUserAccount = "UserAccount/";
+const std::string kInstallFolder = "InstallFolder/";
+std::string gInstallFolder;  // empty until the target is known
 
 }  // namespace
 
@@ -33,12 +35,25 @@ std::vector<ActionEntry> ParseActionList(const std::string& list) {
 std::string HomeFolderPath() { return fw::SpecialFolder(fw::SpecialFolderKind::Home).NativePath(); }
 
 bool IsFullPathAfterMacro(const std::string& path) {
-  return (!path.empty() && path[0] == '/') || ViewConst::Pos(kUserAccount, path) == 1;
+  return (!path.empty() && path[0] == '/') || ViewConst::Pos(kUserAccount, path) == 1 ||
+         ViewConst::Pos(kInstallFolder, path) == 1;
 }
 
-std::string ExpandUserAccount(const std::string& path) {
-  if (ViewConst::Pos(kUserAccount, path) != 1) return path;
-  return HomeFolderPath() + "/" + path.substr(kUserAccount.size());
+std::string ExpandMacros(const std::string& path) {
+  if (ViewConst::Pos(kUserAccount, path) == 1) return HomeFolderPath() + "/" + path.substr(kUserAccount.size());
+  if (ViewConst::Pos(kInstallFolder, path) == 1 && !gInstallFolder.empty())
+    return gInstallFolder + "/" + path.substr(kInstallFolder.size());
+  return path;
+}
+
+void SetInstallFolder(const std::string& folder) {
+  gInstallFolder = folder;
+  while (gInstallFolder.size() > 1 && gInstallFolder.back() == '/') gInstallFolder.pop_back();
+  fw::SetProgramEnvironment("OSTREL_INSTALL_FOLDER", gInstallFolder);
+}
+
+void SetSetupFolder(const std::string& folder) {
+  fw::SetProgramEnvironment("OSTREL_SETUP_FOLDER", folder.empty() || folder.back() == '/' ? folder : folder + "/");
 }
 
 void ShowInstallError(const std::string& line) {

@@ -23,10 +23,18 @@ std::string HomeFolderPath();
 
 // "UserAccount/rest" (in any case) becomes the home folder, "/" and the rest;
 // any other path is returned unchanged.
-std::string ExpandUserAccount(const std::string& path);
+// A path with its macro expanded: "UserAccount/" the home folder,
+// "InstallFolder/" the installation (once SetInstallFolder has named it).
+std::string ExpandMacros(const std::string& path);
 // Whether `path` is a full path once its macro is expanded: it begins with
-// "/" or with a macro the action list knows ("UserAccount/").
+// "/" or with a macro the action list knows.
 bool IsFullPathAfterMacro(const std::string& path);
+// The folder that received the target, with the target's own name (for a
+// patch, the installation): for "InstallFolder/", and for launched programs
+// and shell lines as OSTREL_INSTALL_FOLDER (no trailing "/").
+void SetInstallFolder(const std::string& folder);
+// The folder that holds the setup bundle, ending in "/": OSTREL_SETUP_FOLDER.
+void SetSetupFolder(const std::string& folder);
 
 // An application just copied to `dst` under the applications folder is
 // moved out to the shared folder and back, so that the system registers it

@@ -11,7 +11,7 @@
 
 using namespace ViewConst;
 using ostrel::actions::BounceThroughSharedFolder;
-using ostrel::actions::ExpandUserAccount;
+using ostrel::actions::ExpandMacros;
 using ostrel::actions::ShowInstallError;
 
 namespace {
@@ -26,18 +26,18 @@ void CopyInstalledItem(const std::string& source, std::string dst) {
   if (!dst.empty() && dst[0] == '[') {
     dst.erase(0, 1);
     const size_t close = dst.find(']');
-    const std::string test = ExpandUserAccount(dst.substr(0, close));
+    const std::string test = ExpandMacros(dst.substr(0, close));
     dst = close == std::string::npos ? std::string() : dst.substr(close + 1, dst.find(']', close + 1) - close - 1);
     go = DirectoryExists(test);
   }
   if (!dst.empty() && dst[0] == '{') {
     dst.erase(0, 1);
     dst = dst.substr(0, dst.find('}'));
-    const std::string test = ExpandUserAccount(dst);
+    const std::string test = ExpandMacros(dst);
     go = !FileExists(test) && !DirectoryExists(test);
   }
   if (!go) return;
-  dst = ExpandUserAccount(dst);
+  dst = ExpandMacros(dst);
   // A copy onto a folder the user keeps would merge into it, or replace it.
   if (fw::IsProtectedFromRemoval(dst)) {
     ShowInstallError(kContactPublisher);
@@ -84,7 +84,7 @@ void OstrelStubWindow::PostInstallCopy() {
   const auto act = [this](const std::string& key, const std::string& value) {
     const bool hasValue = !value.empty();
     if (Is(key, "delete") && hasValue) {
-      const std::string path = ExpandUserAccount(value);
+      const std::string path = ExpandMacros(value);
       // "delete=UserAccount/", "delete=/tmp" and the like: a mistake of the
       // setup's, told as one.
       if (fw::IsProtectedFromRemoval(path) || fw::IsSharedFolder(path))
@@ -98,12 +98,12 @@ void OstrelStubWindow::PostInstallCopy() {
     } else if (Is(key, "shellfile") && hasValue) {
       DoShellFile(value);
     } else if (Is(key, "createfolder") && hasValue) {
-      const std::string path = ExpandUserAccount(value);
+      const std::string path = ExpandMacros(value);
       if (!DirectoryExists(path)) ForceDirectories(path, true);
     } else if (Is(key, "preinstalldelete") || Is(key, "preinstallcopy")) {
       // Done before installing.
     } else if (Is(key, "allusersfullaccess") && hasValue) {
-      const std::string path = ExpandUserAccount(value);
+      const std::string path = ExpandMacros(value);
       // The home folder or a standard folder opened to every user is no permission to grant.
       if (fw::IsProtectedFromRemoval(path))
         ShowInstallError(kContactPublisher);

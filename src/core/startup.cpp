@@ -5,6 +5,7 @@
 
 #include <cerrno>
 
+#include "actions/action_list.h"
 #include "core/ostrel_stub_window.h"
 #include "core/pixel_pictures.h"
 #include "dialogs/globals_kv.h"
@@ -78,6 +79,9 @@ void OstrelStubWindow::Event_Open() {
     fw::MsgBox("Drag the installer out of the Downloads folder before running it.");
     fw::Quit(0);
   }
+  // What the setup's programs and shell lines find in their environment.
+  ostrel::actions::SetSetupFolder(ViewConst::GetApplicationPath());
+  ostrel::actions::SetInstallFolder("");
   DoStartup();
 }
 

@@ -1,5 +1,7 @@
 #include "framework/runtime.h"
 
+#include <cstdlib>
+
 #include <map>
 #include <mutex>
 
@@ -46,6 +48,9 @@ bool Gestalt(const std::string& selector, int64_t& value) {
 }
 void BringToFront() { CurrentPlatform().BringToFront(); }
 int RunShellCommand(const std::string& commandLine) { return CurrentPlatform().RunShellCommand(commandLine); }
+void SetProgramEnvironment(const std::string& name, const std::string& value) {
+  setenv(name.c_str(), value.c_str(), 1);
+}
 void SetWaitCursor(bool waiting) { CurrentUI().SetWaitCursor(waiting); }
 bool FolderIsOnDisc(const std::string& folder) { return CurrentPlatform().FolderIsOnDisc(folder); }
 void EjectDisc(const std::string& folder) { CurrentPlatform().EjectDisc(folder); }

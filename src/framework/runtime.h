@@ -124,6 +124,9 @@ using Opener = std::function<void(const std::string& path)>;
 void RegisterOpener(const std::string& extension, Opener opener);
 void Launch(const std::string& path, bool activate);
 int RunShellCommand(const std::string& commandLine);
+// Sets a variable of the environment that launched programs and shell lines
+// inherit from the installer.
+void SetProgramEnvironment(const std::string& name, const std::string& value);
 
 // Runs one piece of logic as the top level does: a QuitRequest gives its code;
 // any other exception is shown in one plain message box and gives 0.

@@ -5,6 +5,7 @@
 // what was there and ends the run.
 #include <cstring>
 
+#include "actions/action_list.h"
 #include "core/ostrel_stub_window.h"
 #include "dialogs/globals_kv.h"
 #include "dialogs/message_modal.h"
@@ -83,6 +84,8 @@ void OstrelStubWindow::ExpandFolder() {
     }
   }
   fTargetFolder = (folder == "/" ? "" : folder) + "/" + name;
+  // For a patch too, the installation itself, not its patch folder.
+  ostrel::actions::SetInstallFolder(fTargetFolder);
   // What a killed run left here is put right before anything is looked at.
   ostrel::RecoverLeftovers(folder);
 

@@ -33,7 +33,7 @@ void CheckEntry(const actions::ActionEntry& entry, const std::string& payloadFol
   const auto fullPath = [&](const std::string& path, bool macro) {
     if (macro ? !actions::IsFullPathAfterMacro(path) : (path.empty() || path[0] != '/'))
       fail("names \"" + path + "\", which is no full path" +
-           (macro ? std::string(" (a path begins with \"/\" or \"UserAccount/\")") : std::string()) +
+           (macro ? std::string(" (a path begins with \"/\", \"UserAccount/\" or \"InstallFolder/\")") : std::string()) +
            "; the installer would fail this action");
   };
   if (IsOneOf(key, {"preinstallcopy"})) {

@@ -82,6 +82,23 @@ TEST_F(ActionWalkTest, ScriptsSplitAtTheirOwnLineEnds) {
   EXPECT_EQ(platform.shellCommands, std::vector<std::string>{""});
 }
 
+// "InstallFolder/" names the installation, as shell lines and programs find
+// it in their environment; before it is known the macro leaves no full path.
+TEST_F(ActionWalkTest, TheInstallFolderMacroAndVariable) {
+  ostrel::actions::SetInstallFolder("");
+  Post("createfolder=InstallFolder/Early");
+  EXPECT_EQ(ui.messages, std::vector<std::string>{"Install Error\n\ncreatefolder=InstallFolder/Early (not a full path)"});
+  EXPECT_STREQ(getenv("OSTREL_INSTALL_FOLDER"), "");
+  ostrel::actions::SetInstallFolder(At("target/App") + "/");
+  ostrel::actions::SetSetupFolder(At("dist"));
+  Post("createfolder=InstallFolder/Logs|readme.txt=installfolder/Docs/readme-copy.txt");
+  EXPECT_TRUE(fs::is_directory(At("target/App/Logs")));
+  EXPECT_EQ(ReadFile(At("target/App/Docs/readme-copy.txt")), "read me");
+  EXPECT_EQ(std::string(getenv("OSTREL_INSTALL_FOLDER")), At("target/App"));
+  EXPECT_EQ(std::string(getenv("OSTREL_SETUP_FOLDER")), At("dist") + "/");
+  ostrel::actions::SetInstallFolder("");
+}
+
 TEST_F(ActionWalkTest, EntriesThatFitNoRowAskForThePublisher) {
   Post("|delete=|shell|=x|createfolder=|allusersfullaccess=|shellfile=||preinstalldelete=|preinstallcopy|");
   EXPECT_EQ(ui.messages, std::vector<std::string>(9, kContact));

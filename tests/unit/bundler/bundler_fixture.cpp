@@ -87,9 +87,7 @@ std::string BundlerTest::Unscrambled(const std::string& scrambled, const std::st
 }
 
 std::string DemoDescriptionPath() {
-  // This file is compiled by its absolute path: the source tree lies above it.
-  const fs::path here(__FILE__);
-  return (here.parent_path().parent_path().parent_path().parent_path() / "examples/demo/demo.setup").string();
+  return std::string(OSTREL_SOURCE_DIR) + "/examples/demo/demo.setup";
 }
 
 std::string Expanded(std::string pixels) {

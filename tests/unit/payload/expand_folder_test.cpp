@@ -150,6 +150,8 @@ TEST_F(PayloadExpandFolderTest, APatchClearsAStalePatchFolderUnaskedAndKeepsTheI
   window->ExpandFolder();
   EXPECT_TRUE(ui.modals.empty());
   EXPECT_EQ(window->fTargetFolder, At("dest/MyAppPatch"));
+  // The setup's actions and programs are told the installation, not the patch.
+  EXPECT_EQ(std::string(getenv("OSTREL_INSTALL_FOLDER")), At("dest/MyApp"));
   // Applied and gone: the installation holds the patch's files beside its
   // own, nothing stale, and no link from the patch.
   EXPECT_FALSE(fs::exists(At("dest/MyAppPatch")));
