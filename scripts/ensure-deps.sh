@@ -9,7 +9,7 @@ packages=(
   libarchive-dev libdeflate-dev zlib1g-dev libssl-dev ca-certificates
   libgtest-dev libgmock-dev
   xvfb xdotool x11-utils imagemagick fonts-dejavu-core xclip
-  unzip zip libarchive-tools curl bubblewrap
+  unzip zip libarchive-tools curl bubblewrap desktop-file-utils
 )
 
 missing=()

@@ -6,6 +6,7 @@
 
 #include <thread>
 
+#include "bundler/description_file.h"
 #include "gui/stub_driver.h"
 
 namespace ostrel::test {
@@ -112,6 +113,26 @@ TEST_F(ActionsGuiTest, EveryActionRunsInOrderAndTheSetupIsGoneAfterwards) {
     EXPECT_TRUE(GoneWithin(temp + own, 5s)) << own;
   for (const char* s : {"keep.txt", "dist/keep.txt", "target/keep.txt", "home/keep.txt"})
     EXPECT_EQ(ReadFile(At(s)), "sentinel") << s;
+}
+
+// The menu-entry example: its shell line finds the installation in its
+// environment, and the entry it writes is valid and points into it.
+TEST_F(ActionsGuiTest, TheMenuEntryExamplePointsIntoTheInstallation) {
+  const std::string example = std::string(OSTREL_SOURCE_DIR) + "/examples/menu-entry";
+  fs::create_directories(At("target"));
+  BuildAndStart(bundler::ReadDescriptionFile(example + "/menu-entry.setup"));
+  x->Click(Expect("^Acme Notes$", "main-window"), kInstallX, kMainButtonsY);
+  ChooseFolder(At("target"));
+  EXPECT_EQ(Finish(), 0);
+
+  const std::string installed = At("target/Acme Notes");
+  EXPECT_EQ(TreeDiff(example + "/app", installed), "");
+  const std::string entry = At("home/.local/share/applications/org.example.AcmeNotes.desktop");
+  const std::string text = ReadFile(entry);
+  EXPECT_NE(text.find("Exec=\"" + installed + "/bin/acme-notes\"\n"), std::string::npos) << text;
+  EXPECT_NE(text.find("Icon=" + installed + "/share/acme-notes.svg\n"), std::string::npos) << text;
+  Process validate({"desktop-file-validate", entry}, {});
+  EXPECT_EQ(validate.Wait(30s), 0) << "desktop-file-validate refused " << entry;
 }
 
 }  // namespace
